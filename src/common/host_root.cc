@@ -1,0 +1,20 @@
+#include "common/host_root.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace aputil {
+
+#if APUTIL_HOST_SYSROOT
+HostPath::HostPath(const char *device_path) : path_(device_path) {
+  const char *root = secure_getenv("APUTIL_SYSROOT");
+  if (!device_path || device_path[0] != '/' || !root || !root[0]) return;
+  const int n = std::snprintf(buf_, sizeof buf_, "%s%s", root, device_path);
+  if (n < 0 || static_cast<size_t>(n) >= sizeof buf_) buf_[0] = '\0';
+  path_ = buf_;
+}
+#else
+HostPath::HostPath(const char *device_path) : path_(device_path) {}
+#endif
+
+}  // namespace aputil

@@ -1,0 +1,32 @@
+// The one place where the library turns a device path into the path it
+// opens. Built with APUTIL_HOST_SYSROOT=1, a non-empty APUTIL_SYSROOT in the
+// environment prefixes every absolute path; it is read (with secure_getenv)
+// each time a path is resolved, so a process may change it between calls.
+// Built with APUTIL_HOST_SYSROOT=0 the resolver is the identity and reads no
+// environment. Messages always print the device path, never the result.
+#pragma once
+
+#include <climits>
+
+#include "aputil_build_config.h"
+
+namespace aputil {
+
+class HostPath {
+ public:
+  explicit HostPath(const char *device_path);
+  HostPath(const HostPath &) = delete;
+  HostPath &operator=(const HostPath &) = delete;
+
+  // The path to open. When the prefixed path does not fit PATH_MAX this is
+  // "", so opening it fails (ENOENT) instead of touching another file.
+  const char *c_str() const { return path_; }
+
+ private:
+  const char *path_;
+#if APUTIL_HOST_SYSROOT
+  char buf_[PATH_MAX];
+#endif
+};
+
+}  // namespace aputil

@@ -1,0 +1,175 @@
+// cJSON_Parse: a SAX reader feeds a builder that links the items directly.
+//
+// The reader runs iteratively (no recursion on the C stack). Its scratch
+// memory is one arena taken through the malloc hook before parsing: the
+// reader keeps two 32-bit words per open array or object plus the text of
+// one string or number at a time, so len + 1 + 8 * (depth + 2) bytes always
+// suffice and the reader never asks for more.
+#include <cstdlib>
+#include <cstring>
+
+#include "json/cjson_internal.h"
+
+#define RAPIDJSON_NEW(x) nullptr  // the reader always gets our allocator
+#define RAPIDJSON_DELETE(x) ((void)(x))
+#include <rapidjson/error/error.h>
+#include <rapidjson/reader.h>
+
+namespace aputil::json {
+namespace {
+
+class ArenaAllocator {
+ public:
+  static const bool kNeedFree = false;
+  ArenaAllocator(char *base, size_t size) : base_(base), size_(size) {}
+  void *Malloc(size_t size) { return Grant(size); }
+  void *Realloc(void *, size_t, size_t size) { return Grant(size); }
+  static void Free(void *) {}
+
+ private:
+  void *Grant(size_t size) {
+    if (size > size_) std::abort();  // unreachable: the arena bounds the reader's use
+    return base_;
+  }
+  char *base_;
+  size_t size_;
+};
+
+// Builds the tree while the reader walks the text. An open array or object
+// is always the last item of its parent, so its next pointer is free to
+// hold the parent until the container closes.
+class TreeBuilder {
+ public:
+  ~TreeBuilder() {
+    hook_free(pending_name_);
+    for (cJSON *c = open_; c;) {
+      cJSON *parent = c->next;
+      c->next = nullptr;
+      c = parent;
+    }
+    cJSON_Delete(root_);
+  }
+
+  cJSON *Release() {
+    cJSON *root = root_;
+    root_ = nullptr;
+    return root;
+  }
+
+  bool Null() { return Add(new_item(), cJSON_NULL); }
+  bool Bool(bool b) {
+    cJSON *item = new_item();
+    if (item) item->valueint = b ? 1 : 0;
+    return Add(item, b ? cJSON_True : cJSON_False);
+  }
+  bool Int(int i) { return Number(i); }
+  bool Uint(unsigned u) { return Number(u); }
+  bool Int64(int64_t i) { return Number(static_cast<double>(i)); }
+  bool Uint64(uint64_t u) { return Number(static_cast<double>(u)); }
+  bool Double(double d) { return Number(d); }
+  bool RawNumber(const char *, rapidjson::SizeType, bool) { return false; }
+
+  bool String(const char *s, rapidjson::SizeType len, bool) {
+    cJSON *item = new_item();
+    if (item && !(item->valuestring = dup_bytes(s, len))) {
+      hook_free(item);
+      item = nullptr;
+    }
+    return Add(item, cJSON_String);
+  }
+
+  bool Key(const char *s, rapidjson::SizeType len, bool) {
+    pending_name_ = dup_bytes(s, len);
+    return pending_name_ != nullptr;
+  }
+
+  bool StartObject() { return Open(cJSON_Object); }
+  bool StartArray() { return Open(cJSON_Array); }
+  bool EndObject(rapidjson::SizeType) { return Close(); }
+  bool EndArray(rapidjson::SizeType) { return Close(); }
+
+ private:
+  bool Number(double d) {
+    cJSON *item = new_item();
+    if (item) {
+      item->valuedouble = d;
+      item->valueint = to_int(d);
+    }
+    return Add(item, cJSON_Number);
+  }
+
+  bool Add(cJSON *item, int type) {
+    if (!item) return false;
+    item->type = type;
+    item->string = pending_name_;
+    pending_name_ = nullptr;
+    if (!open_)
+      root_ = item;
+    else
+      link_after(open_, last_, item);
+    last_ = item;
+    return true;
+  }
+
+  bool Open(int type) {
+    if (depth_ >= CJSON_NESTING_LIMIT || !Add(new_item(), type)) return false;
+    ++depth_;
+    last_->next = open_;
+    open_ = last_;
+    last_ = nullptr;
+    return true;
+  }
+
+  bool Close() {
+    cJSON *closed = open_;
+    open_ = closed->next;
+    closed->next = nullptr;
+    last_ = closed;
+    --depth_;
+    return true;
+  }
+
+  cJSON *root_ = nullptr;
+  cJSON *open_ = nullptr;  // innermost open array or object
+  cJSON *last_ = nullptr;  // last item linked into open_
+  char *pending_name_ = nullptr;
+  unsigned depth_ = 0;
+};
+
+constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseStopWhenDoneFlag |
+                            rapidjson::kParseFullPrecisionFlag;
+
+}  // namespace
+}  // namespace aputil::json
+
+using namespace aputil::json;
+
+extern "C" APUTIL_API cJSON *cJSON_Parse(const char *value) {
+  set_error_ptr(nullptr);
+  if (!value) return nullptr;
+  const size_t len = std::strlen(value);
+  const size_t depth = len < CJSON_NESTING_LIMIT ? len : CJSON_NESTING_LIMIT;
+  if (len > SIZE_MAX / 2) return nullptr;
+  const size_t arena_size = len + 1 + 8 * (depth + 2);
+  char *arena = static_cast<char *>(hook_malloc(arena_size));
+  if (!arena) {
+    set_error_ptr(value);
+    return nullptr;
+  }
+
+  cJSON *root = nullptr;
+  {
+    ArenaAllocator allocator(arena, arena_size);
+    rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, ArenaAllocator> reader(&allocator,
+                                                                                          arena_size);
+    rapidjson::StringStream in(value);
+    TreeBuilder builder;
+    rapidjson::ParseResult result = reader.Parse<kFlags>(in, builder);
+    if (result)
+      root = builder.Release();
+    else
+      set_error_ptr(value + result.Offset());
+  }
+  hook_free(arena);
+  return root;
+}

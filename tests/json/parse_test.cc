@@ -1,0 +1,146 @@
+#include <cmath>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+
+namespace {
+
+struct Tree {
+  explicit Tree(const char *text) : root(cJSON_Parse(text)) {}
+  ~Tree() { cJSON_Delete(root); }
+  cJSON *root;
+};
+
+TEST(JsonParse, BuildsTheEarlyTreeShape) {
+  Tree t(R"( {"a": [1, "two", true, false, null], "b": {}} )");
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_EQ(cJSON_GetErrorPtr(), nullptr);
+  EXPECT_EQ(t.root->type, cJSON_Object);
+  EXPECT_EQ(t.root->string, nullptr);
+  cJSON *a = t.root->child;
+  ASSERT_NE(a, nullptr);
+  EXPECT_STREQ(a->string, "a");
+  EXPECT_EQ(a->prev, nullptr);
+  EXPECT_EQ(a->type, cJSON_Array);
+  cJSON *b = a->next;
+  ASSERT_NE(b, nullptr);
+  EXPECT_EQ(b->prev, a);
+  EXPECT_EQ(b->next, nullptr);
+  EXPECT_EQ(b->type, cJSON_Object);
+  EXPECT_EQ(b->child, nullptr);
+
+  const int types[] = {cJSON_Number, cJSON_String, cJSON_True, cJSON_False, cJSON_NULL};
+  cJSON *prev = nullptr;
+  int n = 0;
+  for (cJSON *c = a->child; c; prev = c, c = c->next, ++n) {
+    EXPECT_EQ(c->type, types[n]);
+    EXPECT_EQ(c->prev, prev);
+    EXPECT_EQ(c->string, nullptr);
+  }
+  EXPECT_EQ(n, 5);
+  EXPECT_EQ(cJSON_GetArrayItem(a, 2)->valueint, 1);  // parsed true
+  EXPECT_EQ(cJSON_GetArrayItem(a, 3)->valueint, 0);
+  EXPECT_STREQ(cJSON_GetArrayItem(a, 1)->valuestring, "two");
+}
+
+TEST(JsonParse, NumbersKeepBothValuesAndSaturateTheInt) {
+  Tree t("[0, -7, 2.9, -2.9, 2147483647, 2147483648, -2147483649, 1e300, 18446744073709551615, 0.1]");
+  ASSERT_NE(t.root, nullptr);
+  struct {
+    double d;
+    int i;
+  } want[] = {{0, 0},
+              {-7, -7},
+              {2.9, 2},
+              {-2.9, -2},
+              {2147483647.0, 2147483647},
+              {2147483648.0, 2147483647},
+              {-2147483649.0, -2147483647 - 1},
+              {1e300, 2147483647},
+              {18446744073709551615.0, 2147483647},
+              {0.1, 0}};
+  int k = 0;
+  for (cJSON *c = t.root->child; c; c = c->next, ++k) {
+    EXPECT_EQ(c->valuedouble, want[k].d) << k;
+    EXPECT_EQ(c->valueint, want[k].i) << k;
+  }
+  EXPECT_EQ(k, 10);
+}
+
+TEST(JsonParse, StringEscapesAndUnicode) {
+  Tree t(R"(["\"\\\/\b\f\n\r\t", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])");
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_STREQ(cJSON_GetArrayItem(t.root, 0)->valuestring, "\"\\/\b\f\n\r\t");
+  EXPECT_STREQ(cJSON_GetArrayItem(t.root, 1)->valuestring, "\xc3\xa9\xe2\x82\xac");
+  EXPECT_STREQ(cJSON_GetArrayItem(t.root, 2)->valuestring, "\xf0\x9f\x98\x80");
+  EXPECT_STREQ(cJSON_GetArrayItem(t.root, 3)->valuestring, "caf\xc3\xa9");
+}
+
+TEST(JsonParse, RejectsIncompleteTextAndPointsAtTheFault) {
+  const struct {
+    const char *text;
+    size_t offset;  // where the error pointer must point
+  } cases[] = {{"", 0}, {"   ", 3}, {"{", 1}, {"[1,]", 3}, {"{\"a\" 1}", 5}, {"tru", 3}, {"\"open", 5}, {"[1 2]", 3}};
+  for (const auto &c : cases) {
+    EXPECT_EQ(cJSON_Parse(c.text), nullptr) << c.text;
+    ASSERT_NE(cJSON_GetErrorPtr(), nullptr) << c.text;
+    EXPECT_EQ(static_cast<size_t>(cJSON_GetErrorPtr() - c.text), c.offset) << c.text;
+  }
+  EXPECT_EQ(cJSON_Parse(nullptr), nullptr);
+  // A later success clears the error pointer.
+  Tree ok("1");
+  EXPECT_EQ(cJSON_GetErrorPtr(), nullptr);
+}
+
+TEST(JsonParse, IgnoresTextAfterACompleteValue) {
+  // A loader that reuses its buffer may see an older, longer file's tail.
+  Tree t("{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}");
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_EQ(cJSON_GetArraySize(t.root), 1);
+  Tree two("[1][2]");
+  ASSERT_NE(two.root, nullptr);
+  EXPECT_EQ(cJSON_GetArraySize(two.root), 1);
+}
+
+TEST(JsonParse, NestingLimit) {
+  std::string ok(CJSON_NESTING_LIMIT, '[');
+  ok += std::string(CJSON_NESTING_LIMIT, ']');
+  Tree deep(ok.c_str());
+  EXPECT_NE(deep.root, nullptr);
+
+  std::string too_deep = "[" + ok + "]";
+  EXPECT_EQ(cJSON_Parse(too_deep.c_str()), nullptr);
+  // A huge nesting fails cleanly too (no recursion in the reader).
+  std::string huge(200000, '[');
+  EXPECT_EQ(cJSON_Parse(huge.c_str()), nullptr);
+  std::string objects;
+  for (int i = 0; i < 5000; ++i) objects += "{\"a\":";
+  EXPECT_EQ(cJSON_Parse(objects.c_str()), nullptr);
+}
+
+TEST(JsonParse, LongStringsAndManyMembers) {
+  std::string s(100000, 'x');
+  std::string text = "[\"" + s + "\", \"" + s + "\\n\"]";
+  Tree t(text.c_str());
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_EQ(std::strlen(cJSON_GetArrayItem(t.root, 1)->valuestring), s.size() + 1);
+
+  std::string obj = "{";
+  for (int i = 0; i < 3000; ++i) obj += (i ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i);
+  obj += "}";
+  Tree o(obj.c_str());
+  ASSERT_NE(o.root, nullptr);
+  EXPECT_EQ(cJSON_GetArraySize(o.root), 3000);
+  EXPECT_EQ(cJSON_GetObjectItem(o.root, "K2999")->valueint, 2999);
+}
+
+TEST(JsonParse, EmbeddedNulInAStringEndsTheCString) {
+  Tree t(R"(["a\u0000b"])");
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_STREQ(t.root->child->valuestring, "a");
+}
+
+}  // namespace

@@ -1,0 +1,129 @@
+#include <cfloat>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+
+namespace {
+
+std::string printed(cJSON *item, bool formatted = false) {
+  char *text = formatted ? cJSON_Print(item) : cJSON_PrintUnformatted(item);
+  std::string s = text ? text : "<null>";
+  free(text);
+  return s;
+}
+
+std::string number(double d) {
+  cJSON *n = cJSON_CreateNumber(d);
+  std::string s = printed(n);
+  cJSON_Delete(n);
+  return s;
+}
+
+TEST(JsonPrint, NumberRules) {
+  // Integers inside the int range: "%d".
+  EXPECT_EQ(number(0), "0");
+  EXPECT_EQ(number(-0.0), "0");
+  EXPECT_EQ(number(-5), "-5");
+  EXPECT_EQ(number(2147483647.0), "2147483647");
+  EXPECT_EQ(number(-2147483648.0), "-2147483648");
+  EXPECT_EQ(number(1.0 + DBL_EPSILON), "1");
+  // Whole values outside it: "%.0f".
+  EXPECT_EQ(number(2147483648.0), "2147483648");
+  EXPECT_EQ(number(-3e9), "-3000000000");
+  EXPECT_EQ(number(1e15), "1000000000000000");
+  EXPECT_EQ(number(18446744073709551615.0), "18446744073709551616");
+  // Fractions beyond 1e9 or below 1e-6 in magnitude: "%e".
+  EXPECT_EQ(number(1000000000.5), "1.000000e+09");
+  EXPECT_EQ(number(1e-7), "1.000000e-07");
+  EXPECT_EQ(number(-2.5e-9), "-2.500000e-09");
+  // Everything else: "%f".
+  EXPECT_EQ(number(3.14159), "3.141590");
+  EXPECT_EQ(number(-0.25), "-0.250000");
+  EXPECT_EQ(number(1e-6), "0.000001");
+  EXPECT_EQ(number(999999999.5), "999999999.500000");
+}
+
+TEST(JsonPrint, NumberUsesValueintOnlyWhenItMatches) {
+  cJSON *n = cJSON_CreateNumber(5);
+  n->valueint = 7;  // fields set apart by a caller
+  EXPECT_EQ(printed(n), "5");
+  n->valuedouble = 7;
+  EXPECT_EQ(printed(n), "7");
+  cJSON_Delete(n);
+}
+
+TEST(JsonPrint, StringEscapes) {
+  cJSON *s = cJSON_CreateString("a\"b\\c\b\f\n\r\t\x01\x1f/\x7f\xc3\xa9");
+  EXPECT_EQ(printed(s), "\"a\\\"b\\\\c\\b\\f\\n\\r\\t\\u0001\\u001f/\x7f\xc3\xa9\"");
+  free(s->valuestring);
+  s->valuestring = nullptr;
+  EXPECT_EQ(printed(s), "\"\"");
+  cJSON_Delete(s);
+
+  cJSON *o = cJSON_CreateObject();
+  cJSON_AddItemToObject(o, "tab\there", cJSON_CreateNull());
+  EXPECT_EQ(printed(o), "{\"tab\\there\":null}");
+  cJSON_Delete(o);
+}
+
+const char *kDoc = R"({"a":1,"b":[1,2,{"c":null}],"d":{},"e":{"f":"x","g":{}},"h":[],"i":[true,false]})";
+
+TEST(JsonPrint, UnformattedLayout) {
+  cJSON *t = cJSON_Parse(kDoc);
+  EXPECT_EQ(printed(t), kDoc);
+  cJSON_Delete(t);
+}
+
+TEST(JsonPrint, FormattedLayout) {
+  cJSON *t = cJSON_Parse(kDoc);
+  EXPECT_EQ(printed(t, true),
+            "{\n"
+            "\t\"a\":\t1,\n"
+            "\t\"b\":\t[1, 2, {\n"
+            "\t\t\"c\":\tnull\n"
+            "\t}],\n"
+            "\t\"d\":\t{\n"
+            "},\n"
+            "\t\"e\":\t{\n"
+            "\t\t\"f\":\t\"x\",\n"
+            "\t\t\"g\":\t{\n"
+            "\t}\n"
+            "\t},\n"
+            "\t\"h\":\t[],\n"
+            "\t\"i\":\t[true, false]\n"
+            "}");
+  cJSON_Delete(t);
+
+  cJSON *empty = cJSON_CreateObject();
+  EXPECT_EQ(printed(empty, true), "{\n}");
+  cJSON_Delete(empty);
+  cJSON *scalar = cJSON_CreateString("x");
+  EXPECT_EQ(printed(scalar, true), "\"x\"");
+  cJSON_Delete(scalar);
+}
+
+TEST(JsonPrint, UnknownTypeOrNullGivesNull) {
+  EXPECT_EQ(cJSON_Print(nullptr), nullptr);
+  cJSON *a = cJSON_CreateArray();
+  cJSON *bad = cJSON_CreateNull();
+  bad->type = 7;
+  cJSON_AddItemToArray(a, bad);
+  EXPECT_EQ(cJSON_PrintUnformatted(a), nullptr);
+  EXPECT_EQ(cJSON_Print(a), nullptr);
+  bad->type = cJSON_NULL | cJSON_IsReference;  // the flag is ignored when printing
+  EXPECT_EQ(printed(a), "[null]");
+  bad->type = cJSON_NULL;
+  cJSON_Delete(a);
+}
+
+TEST(JsonPrint, MemberWithoutNamePrintsEmptyName) {
+  cJSON *o = cJSON_CreateObject();
+  cJSON_AddItemToArray(o, cJSON_CreateNumber(1));
+  EXPECT_EQ(printed(o), "{\"\":1}");
+  cJSON_Delete(o);
+}
+
+}  // namespace
