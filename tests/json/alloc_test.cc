@@ -17,7 +17,7 @@ using aputil::test::ScopedHooks;
 std::string sample_config() {
   const char *data = std::getenv("APUTIL_TEST_DATA");
   std::string text = aputil::test::read_file(std::string(data ? data : "tests/data") +
-                                             "/../../samples/firmware/etc/AP100_X_2.0/dev_config.json");
+                                             "/../../examples/firmware/etc/AP100_X_2.0/dev_config.json");
   return text.empty() ? R"({"lanport":{"dlPortNum":1,"ulPortIfName":"eth0"},"list":[1,"a",null,true]})" : text;
 }
 
