@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "devcfg/devcfg_record.h"
 
 int aputil::test::g_nvram_init_calls = 0;
 
@@ -38,24 +37,7 @@ const char kFullConfig[] = R"({
   "bleSupp": true, "ddrSize": 256, "smartAntSupp": true, "poePowerConsumption": 13
 })";
 
-const char kMinimalConfig[] = R"({"lanport": {"dlPortNum": 0, "ulPortAliasName": "ETH", "ulPortIfName": "eth0"}})";
-
-void DevcfgTest::reload() { devcfg::reset_for_tests(); }
-
-void DevcfgTest::SetUp() {
-  reload();
-  g_nvram_init_calls = 0;
-  set_identity("AP100 X(EU):2.0\nsecond line:ignored\n");
-}
-
-void DevcfgTest::set_identity(const std::string &product_info, const std::string &region) {
-  root_.write("/nvram/product-info", product_info);
-  root_.write("/nvram/region", region);
-}
-
-void DevcfgTest::set_config(const std::string &json, const std::string &model_dir) {
-  root_.write(model_dir + "/dev_config.json", json);
-}
+void DevcfgTest::SetUp() { g_nvram_init_calls = 0; }
 
 std::string condition(int line, const std::string &cond) {
   char head[64];

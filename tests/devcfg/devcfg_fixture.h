@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "devcfg.h"
-#include "support/fw_root.h"
+#include "support/model_tree.h"
 
 namespace aputil::test {
 
@@ -18,28 +18,23 @@ extern int g_nvram_init_calls;
 // A configuration that loads: two downlink ports, PoE out, cloud control.
 extern const char kFullConfig[];
 // The least that loads.
-extern const char kMinimalConfig[];
+inline const char *const kMinimalConfig = kMinimalDevConfig;
 
 class DevcfgTest : public ::testing::Test {
  protected:
   void SetUp() override;
   // Forget the loaded configuration, as in a new process.
-  void reload();
+  void reload() { ModelTree::forget_loaded(); }
 
-  // Identity "AP100 X(EU):2.0" in region US unless set otherwise.
-  void set_identity(const std::string &product_info, const std::string &region = "US");
-  // Write dev_config.json into the model directory of the current identity.
-  void set_config(const std::string &json, const std::string &model_dir = "/etc/AP100_X_2.0");
-
-  // Run f and return what it printed on stderr.
-  template <typename F>
-  std::string stderr_of(F f) {
-    ::testing::internal::CaptureStderr();
-    f();
-    return ::testing::internal::GetCapturedStderr();
+  void set_identity(const std::string &product_info, const std::string &region = "US") {
+    root_.set_identity(product_info, region);
+  }
+  // Write dev_config.json into a model directory.
+  void set_config(const std::string &json, const std::string &model_dir = ModelTree::kModelDir) {
+    root_.write_model("dev_config.json", json, model_dir);
   }
 
-  FirmwareRoot root_;
+  ModelTree root_;
 };
 
 // A condition message up to its errno (whose value is whatever the last
