@@ -132,6 +132,30 @@ APUTIL_API uint32_t radio_config_bbCCARegVal(uint8_t n, uint32_t *out);
 APUTIL_API uint32_t radio_config_bbAGCRegVal(uint8_t n, uint32_t *out);
 APUTIL_API uint32_t radio_config_bbPSDRegVal(uint8_t n, uint32_t *out);
 
+/* --- with the regulatory region --- */
+
+/* One radio's capacity (radio_config_get_capacity fills two). */
+typedef struct radio_capacity {
+    uint32_t radioId;
+    uint32_t minPower;
+    uint32_t maxPower;
+    uint32_t mimo;
+    uint32_t ofdmaCfgSupp;
+    uint32_t ofdmaEnable;
+    uint32_t maxVapNum;
+} radio_capacity_t;
+
+/* Automatic width code for a radio: 3 on 2.4 GHz, 5 on 5 GHz (160 MHz is
+ * never offered, so never 7); 0 for another band. width must be 4, 6 or 8
+ * and only passes that check. Returns RADIO_CONFIG_ERR for a radio ID above
+ * 1 or another width. */
+APUTIL_API uint32_t radio_config_getMaxAutoChanWidth(uint32_t radioId, uint32_t width);
+
+/* Fill caps[0] and caps[1] (power range from radio_region_getPowerRange).
+ * Returns: 0, or RADIO_CONFIG_ERR on a failed load (caps untouched) or a
+ * NULL caps. */
+APUTIL_API uint32_t radio_config_get_capacity(radio_capacity_t *caps);
+
 /* Print the table on stdout as it stands (never loads it). */
 APUTIL_API void debug_show_radio_cfg(void);
 

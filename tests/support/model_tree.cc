@@ -2,6 +2,7 @@
 
 #include "devcfg/devcfg_record.h"
 #include "radio/radio_config_table.h"
+#include "radio/radio_region_table.h"
 
 namespace aputil::test {
 
@@ -25,6 +26,7 @@ void ModelTree::write_model(const std::string &file, const std::string &content,
 void ModelTree::forget_loaded() {
   devcfg::reset_for_tests();
   radio::reset_for_tests();
+  radio::reset_region_for_tests();
 }
 
 }  // namespace aputil::test

@@ -22,7 +22,7 @@ class ModelTree : public FirmwareRoot {
   // Write a file (e.g. "dev_config.json") into a model directory.
   void write_model(const std::string &file, const std::string &content, const std::string &dir = kModelDir) const;
 
-  // Forget the loaded device and radio configurations.
+  // Forget the loaded device and radio configurations and region tables.
   static void forget_loaded();
 };
 
