@@ -18,3 +18,15 @@ HostPath::HostPath(const char *device_path) : path_(device_path) {}
 #endif
 
 }  // namespace aputil
+
+namespace aputil {
+
+long read_device_file(const char *device_path, char *buf, size_t cap) {
+  FILE *f = std::fopen(HostPath(device_path).c_str(), "r");
+  if (!f) return -1;
+  const size_t got = std::fread(buf, 1, cap, f);
+  std::fclose(f);
+  return static_cast<long>(got);
+}
+
+}  // namespace aputil

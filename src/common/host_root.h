@@ -7,6 +7,7 @@
 #pragma once
 
 #include <climits>
+#include <cstddef>
 
 #include "aputil_build_config.h"
 
@@ -28,5 +29,14 @@ class HostPath {
   char buf_[PATH_MAX];
 #endif
 };
+
+}  // namespace aputil
+
+namespace aputil {
+
+// Open a device path (through the host root) and read at most cap bytes of
+// it into buf. Returns: the count read, or -1 when the file cannot be opened
+// (errno as fopen left it).
+long read_device_file(const char *device_path, char *buf, size_t cap);
 
 }  // namespace aputil

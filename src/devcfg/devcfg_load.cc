@@ -218,19 +218,16 @@ int devcfg_init() {
 
   char path[256];
   std::snprintf(path, sizeof path, "/etc/%s_%s/dev_config.json", r.product_name, r.product_version);
-  FILE *pFile = std::fopen(HostPath(path).c_str(), "r");
-  if (NULL == pFile) {
+  const long got = read_device_file(path, g_text, sizeof g_text - 1);
+  if (got < 0) {
     print_condition_errno(kLoader, 350, "(NULL != pFile)");
     return -1;
   }
-  const size_t got = std::fread(g_text, 1, sizeof g_text - 1, pFile);
   if (got == 0) {
     print_error(kLoader, 354, "failed to read file\n");
-    std::fclose(pFile);
     return -1;
   }
   g_text[sizeof g_text - 1] = '\0';
-  std::fclose(pFile);
 
   cJSON *pDevCfg = cJSON_Parse(g_text);
   if (NULL == pDevCfg) {

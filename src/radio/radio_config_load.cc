@@ -256,19 +256,16 @@ int l_radio_config_init() {
 
   char path[128] = "";
   devcfg_getRadioCfgPath(path, sizeof path);
-  FILE *pFile = std::fopen(HostPath(path).c_str(), "r");
-  if (NULL == pFile) {
+  const long got = read_device_file(path, g_text, sizeof g_text - 1);
+  if (got < 0) {
     print_condition(kLoader, 447, "(NULL != pFile)");
     return -1;
   }
-  const size_t got = std::fread(g_text, 1, sizeof g_text - 1, pFile);
   if (got == 0) {
     print_error(kLoader, 451, "failed to read file\n");
-    std::fclose(pFile);
     return -1;
   }
   g_text[got] = '\0';
-  std::fclose(pFile);
 
   cJSON *pRadioCfg = cJSON_Parse(g_text);
   if (NULL == pRadioCfg) {
