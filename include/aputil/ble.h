@@ -143,6 +143,62 @@ APUTIL_API uint32_t ble_snd_cmd_hci_gap_device_init(int fd);
  * link event names that peer. */
 APUTIL_API uint32_t ble_snd_cmd_hci_peerdevice_connect(int fd, const uint8_t *peer, uint16_t *handle);
 
+/* --- factory operations --- */
+
+/* PHY selectors of the factory tests; 23 (1 Mbit/s) uses the non-enhanced
+ * commands. */
+#define BLE_FAC_PHY_1M 23
+
+/* A code table: {key, code} entries ended by a code of 255. */
+typedef struct ble_code_entry {
+    int32_t key;
+    uint8_t code;
+} ble_code_entry_t;
+
+/* The code of key in table, or 0 when absent (0 is also a valid code). */
+APUTIL_API uint8_t ble_get_powercode(const ble_code_entry_t *table, int32_t key);
+/* Reverse the first n bytes of arr in place. */
+APUTIL_API void ble_tool_arr_swap(uint8_t *arr, int32_t n);
+
+APUTIL_API int ble_fac_gap_adv_disable(int fd);
+APUTIL_API int ble_fac_gap_adv_enable(int fd);
+/* Drive the coexistence request line (level 1 high, 0 low; another level
+ * sends nothing), wait 200 ms, then check that /proc/morvik_gpio/ble_coex_req
+ * and ble_coex_pri both read level. Returns: 0, or -1. */
+APUTIL_API int ble_fac_coex_gpio_ctl(int fd, int32_t level);
+/* Set the maximum DTM power (dBm; an unknown value gives code 0), then
+ * start the transmitter test (enhanced unless phy is 23). */
+APUTIL_API int ble_fac_tx_test(int fd, uint8_t channel, int32_t power, uint8_t length, uint8_t payload,
+                               uint8_t phy);
+APUTIL_API int ble_fac_rx_test(int fd, uint8_t channel, uint8_t phy);
+/* Returns: 0, -1 for a NULL count, or the command's code. */
+APUTIL_API int ble_fac_end_test(int fd, uint16_t *count);
+/* Vendor transmitter test. Returns: the power-setting result only; the test
+ * command's own result is not looked at. */
+APUTIL_API int ble_fac_ext_tx_test(int fd, uint8_t channel, int32_t power, uint8_t phy, uint8_t mode);
+/* Vendor receiver test. Returns: always 0. */
+APUTIL_API int ble_fac_ext_rx_test(int fd, uint8_t channel, uint8_t phy);
+/* Returns: the low byte of the command's code. */
+APUTIL_API int ble_fac_ext_end_test(int fd);
+/* Initialise the GAP role, then connect to peer (6 bytes in display order).
+ * peer is reversed IN PLACE (also when the connection fails). The
+ * connection handle is kept for ble_fac_peerdevice_read_rssi.
+ * Returns: 0, or -1. */
+APUTIL_API int ble_fac_peerdevice_connect(int fd, uint8_t *peer);
+/* RSSI of the last connected peer (handle 0 before any connect). */
+APUTIL_API int ble_fac_peerdevice_read_rssi(int fd, int32_t *rssi);
+/* Returns: 0, -1 for a NULL addr, or the command's code. */
+APUTIL_API int ble_fac_mac_get(int fd, uint8_t *addr);
+
+/* --- GPIO lines (/proc/morvik_gpio/: ble_backdoor, ble_reset, ble_ptm) ---
+ * Each step is an "echo on|off > FILE" shell command with sleeps between. */
+/* Reset into the serial bootloader (boot-select held over the reset). */
+APUTIL_API void ble_gpio_bootloader_prep(void);
+APUTIL_API void ble_gpio_reset(void);
+/* Test mode on (off), then a reset. */
+APUTIL_API void ble_gpio_fac_init(void);
+APUTIL_API void ble_gpio_fac_deinit(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -7,16 +7,6 @@
 
 #include "ble_fixture.h"
 
-int aputil::test::g_usleep_calls = 0;
-long aputil::test::g_usleep_total_us = 0;
-
-// The library's sleeps end at once in this program; they are only counted.
-extern "C" int usleep(useconds_t us) {
-  ++aputil::test::g_usleep_calls;
-  aputil::test::g_usleep_total_us += static_cast<long>(us);
-  return 0;
-}
-
 namespace aputil::test {
 namespace {
 

@@ -1,6 +1,8 @@
 // The simulated co-processor with its line opened by the library.
 #pragma once
 
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "ble.h"
@@ -24,8 +26,9 @@ class BleTest : public ::testing::Test {
 };
 
 // usleep calls made by the library since the last reset (the test program
-// answers them at once instead of sleeping).
+// answers them at once instead of sleeping), and a hook run at each.
 extern int g_usleep_calls;
 extern long g_usleep_total_us;
+extern std::function<void(long us)> g_on_usleep;
 
 }  // namespace aputil::test

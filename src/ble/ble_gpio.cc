@@ -1,0 +1,55 @@
+// The co-processor's reset, boot-select and test-mode lines.
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "ble.h"
+#include "common/host_root.h"
+#include "util.h"
+
+namespace {
+
+// "echo on|off > /proc/morvik_gpio/<line>" (under the host root on a host).
+void set_line(const char *line, bool on) {
+  char path[64];
+  std::snprintf(path, sizeof path, "/proc/morvik_gpio/%s", line);
+  util_execFormatCmd("echo %s > %s", on ? "on" : "off", aputil::HostPath(path).c_str());
+}
+
+}  // namespace
+
+extern "C" {
+
+APUTIL_API void ble_gpio_bootloader_prep(void) {
+  usleep(200000);
+  set_line("ble_backdoor", true);
+  usleep(200000);
+  set_line("ble_reset", true);
+  usleep(200000);
+  set_line("ble_reset", false);
+  usleep(200000);
+  set_line("ble_backdoor", false);
+  usleep(200000);
+}
+
+APUTIL_API void ble_gpio_reset(void) {
+  usleep(200000);
+  set_line("ble_reset", true);
+  usleep(200000);
+  set_line("ble_reset", false);
+  usleep(400000);
+}
+
+APUTIL_API void ble_gpio_fac_init(void) {
+  usleep(200000);
+  set_line("ble_ptm", true);
+  ble_gpio_reset();
+}
+
+APUTIL_API void ble_gpio_fac_deinit(void) {
+  usleep(200000);
+  set_line("ble_ptm", false);
+  ble_gpio_reset();
+}
+
+}  // extern "C"
