@@ -78,6 +78,34 @@ APUTIL_API uint32_t util_getFEMReg(int index);
 /* Writable FEM register table, initially {1, 2, 0}. */
 APUTIL_API extern uint32_t l_FEMReg[3];
 
+/* --- DNS stub resolver (IPv4, one A query over UDP, no retry) ---
+ * Messages go to stdout as "[util_dns_error: function:line]...". */
+
+/* Next transaction id into *id: two bytes of /dev/urandom (kept open), or
+ * the realtime clock when that fails. Returns: 0. */
+APUTIL_API int util_kx_genNextDnsTransId(uint16_t *id);
+/* Write the DNS question for name (up to a '/', so URL paths are ignored):
+ * labels, a zero byte, type A, class IN. out must be zeroed by the caller
+ * and hold strlen(name) + 6 bytes (at least 259). No label or name length
+ * limit is applied, and an empty label ends the name early.
+ * Returns: the question's length, or 0 for a NULL or empty name. */
+APUTIL_API uint32_t util_kx_generateDnsQueryField(const char *name, uint8_t *out);
+/* Take up to max IPv4 addresses (network byte order) from the A records of
+ * a reply whose question must equal question (qlen bytes). Only answers
+ * whose name is a compression pointer are taken. Reads stay within the
+ * first 1,462 bytes of pkt (pass a 1,500-byte buffer).
+ * Returns: the count, or 0 on any error (addresses found so far dropped). */
+APUTIL_API int util_kx_getIpFromDnsReplyPkt(const uint8_t *pkt, int32_t qlen, const uint8_t *question,
+                                            uint32_t *addrs, int32_t max);
+/* Ask server (IPv4, host byte order; port 53) for name's address, waiting
+ * at most timeout seconds. A name whose question would not fit 259 bytes is
+ * refused. Returns: the first address (network byte order), or 0. */
+APUTIL_API uint32_t util_kx_getHostByName(const char *name, uint32_t server, int32_t timeout);
+/* The same, up to max addresses into addrs. Returns: the count (0 when the
+ * reply had none), or -1 when no valid reply came. */
+APUTIL_API int util_kx_getMultiHostByName(const char *name, uint32_t server, int32_t timeout, uint32_t *addrs,
+                                          uint32_t max);
+
 #ifdef __cplusplus
 }
 #endif
