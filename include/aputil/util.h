@@ -78,6 +78,62 @@ APUTIL_API uint32_t util_getFEMReg(int index);
 /* Writable FEM register table, initially {1, 2, 0}. */
 APUTIL_API extern uint32_t l_FEMReg[3];
 
+/* --- conversions (buffers are the caller's: IPv4 text 16 bytes, MAC text
+ *     18, IPv6 text 46) --- */
+
+/* MAC text formats of util_mac_arrayToTargetFormatStr. */
+#define MAC_ADDR_FMT_LOWER 0        /* "001122aabbcc" */
+#define MAC_ADDR_FMT_LOWER_HYPHEN 1 /* "00-11-22-aa-bb-cc" */
+#define MAC_ADDR_FMT_LOWER_COLON 2  /* "00:11:22:aa:bb:cc" */
+#define MAC_ADDR_FMT_UPPER 3        /* "001122AABBCC" */
+#define MAC_ADDR_FMT_UPPER_HYPHEN 4 /* "00-11-22-AA-BB-CC" */
+#define MAC_ADDR_FMT_UPPER_COLON 5  /* "00:11:22:AA:BB:CC" */
+
+/* "a.b.c.d" of ip (first octet in the most significant byte). Returns dst. */
+APUTIL_API char *util_ip_numToStr(uint32_t ip, char *dst);
+/* Dotted quad to number: 7..15 characters of ".0123456789", exactly three
+ * dots, no leading or doubled dot, octets below 256. Leading zeros are
+ * decimal and an empty last group is 0 ("10.20.30." is 10.20.30.0). */
+APUTIL_API int util_ip_strToNum(const char *str, uint32_t *ip);
+/* "AA:BB:..." (useColon) or "AA-BB-...". Returns dst, or NULL. */
+APUTIL_API char *util_mac_arrayToStr(const uint8_t *mac, char *dst, int32_t useColon);
+/* Six hex pairs, each optionally preceded by one '-' or ':'. Only the first
+ * digit of a pair is checked: the second is read leniently (as on the
+ * device). Text after the 12th digit is ignored. */
+APUTIL_API int util_mac_strToArray(const char *str, uint8_t *mac);
+/* count bytes from 2 * count hex digits (no separators). A bad digit
+ * answers -1 with the bytes before it written. */
+APUTIL_API int util_strToArray(const char *hex, uint8_t *out, int32_t count);
+/* Append an OUI pattern to dst (pass it empty): per group, mask 0xFF gives
+ * "%02X", mask 0xF0 the high digit, other masks nothing. Returns dst. */
+APUTIL_API char *util_oui_arrayToStr(const uint8_t *oui, const uint8_t *mask, char *dst, int32_t useColon);
+/* OUI text ("00:1A:2") to values and masks (ORed into mask: clear it
+ * first); the arrays must hold as many groups as the text has. */
+APUTIL_API int util_oui_strToArray(const char *str, uint8_t *oui, uint8_t *mask);
+/* Split str in place at runs of sep; tokens must hold max + 1 pointers.
+ * Returns: the token count, or -1 when there are more than max. */
+APUTIL_API int util_formatStr2Array(char *str, char sep, int32_t max, char **tokens);
+/* "D days HH:MM:SS". Returns dst. */
+APUTIL_API char *util_time_numToStr(uint32_t seconds, char *dst);
+/* "HH:MM" (no range check). Returns dst. */
+APUTIL_API char *util_time_hourMinute2Str(int32_t hour, int32_t minute, char *dst);
+/* "HH:MM" to numbers (no range check); on failure both are set to 0. */
+APUTIL_API int util_time_str2HourMinute(const char *str, int32_t *hour, int32_t *minute);
+/* 1 for a unicast address other than all zeros and all ones, else 0. */
+APUTIL_API int util_mac_isValidMac(const uint8_t *mac);
+/* Add n (when positive) to the last three bytes, wrapping there: the OUI
+ * (first three bytes) never changes. */
+APUTIL_API int util_calMacAddr(uint8_t *mac, int32_t n);
+/* Wall-clock milliseconds since the epoch. */
+APUTIL_API uint64_t util_getTimestamp(void);
+APUTIL_API int util_ipv6_addr_to_str(const uint8_t *addr, char *buf);
+APUTIL_API int util_str_to_ipv6_addr(const char *str, uint8_t *addr);
+/* Returns: 0 equal, 1 different, -1 for a NULL argument. */
+APUTIL_API int util_ipv6_addr_cmp(const uint8_t *a, const uint8_t *b);
+/* MAC in one of the MAC_ADDR_FMT_* formats (another value: a message and
+ * MAC_ADDR_FMT_UPPER_HYPHEN). Returns dst, or NULL. */
+APUTIL_API char *util_mac_arrayToTargetFormatStr(const uint8_t *mac, char *dst, uint32_t format);
+
 /* --- DNS stub resolver (IPv4, one A query over UDP, no retry) ---
  * Messages go to stdout as "[util_dns_error: function:line]...". */
 

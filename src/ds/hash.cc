@@ -1,0 +1,152 @@
+// Open-addressing hash set with linear probing and backward-shift removal.
+#include "hash.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+static_assert(offsetof(hash_table_t, count) == 3 * sizeof(void *));
+static_assert(offsetof(hash_table_t, size) == 3 * sizeof(void *) + 4);
+static_assert(offsetof(hash_table_t, autoShrink) == 3 * sizeof(void *) + 8);
+
+namespace {
+
+constexpr uint32_t kMinSize = 29;
+
+void **new_slots(uint32_t size) { return static_cast<void **>(std::calloc(size, sizeof(void *))); }
+
+// Rebuild at the next size up or down. Returns 0, or -1 (table untouched).
+int resize(hash_table_t *t, bool grow) {
+  const uint32_t old_size = t->size;
+  void **const old_slots = t->slots;
+  const uint32_t size = grow ? 2 * old_size + 3 : old_size / 2 - 1;
+  void **slots = new_slots(size);
+  if (!slots) return -1;
+  t->slots = slots;
+  t->size = size;
+  t->count = 0;
+  for (uint32_t i = 0; i < old_size; ++i)
+    if (old_slots[i]) hash_add(t, old_slots[i]);
+  std::free(old_slots);
+  return 0;
+}
+
+uint32_t wang_mix(uint32_t h) {
+  h += ~(h << 15);
+  h ^= h >> 10;
+  h += h << 3;
+  h ^= h >> 6;
+  h += ~(h << 11);
+  h ^= h >> 16;
+  return h;
+}
+
+}  // namespace
+
+extern "C" {
+
+APUTIL_API hash_table_t *hash_new(uint32_t (*elemHash)(const void *), uint32_t (*keyHash)(const void *),
+                                  int (*keyMatch)(const void *, const void *)) {
+  auto *t = static_cast<hash_table_t *>(std::malloc(sizeof(hash_table_t)));
+  if (!t) return nullptr;
+  t->slots = new_slots(kMinSize);
+  if (!t->slots) {
+    std::free(t);
+    return nullptr;
+  }
+  t->elemHash = elemHash;
+  t->keyHash = keyHash;
+  t->keyMatch = keyMatch;
+  t->count = 0;
+  t->size = kMinSize;
+  t->autoShrink = 1;
+  return t;
+}
+
+APUTIL_API void hash_delete(hash_table_t *t) {
+  if (!t) return;
+  std::free(t->slots);
+  std::free(t);
+}
+
+APUTIL_API int hash_add(hash_table_t *t, void *elem) {
+  if ((t->count * 100 + 100) / t->size > 25 && resize(t, true) != 0) return -1;
+  if (t->count >= t->size / 2) return -1;
+  for (uint32_t i = t->elemHash(elem) % t->size;; i = (i + 1) % t->size) {
+    if (!t->slots[i]) {
+      t->slots[i] = elem;
+      ++t->count;
+      return 0;
+    }
+    if (t->slots[i] == elem) return -1;
+  }
+}
+
+APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
+  uint32_t i = t->elemHash(elem) % t->size;
+  while (t->slots[i] != elem) {
+    if (!t->slots[i]) return -1;
+    i = (i + 1) % t->size;
+  }
+  t->slots[i] = nullptr;
+  --t->count;
+  if (t->autoShrink && t->size > kMinSize && (t->count * 100) / t->size <= 1 && resize(t, false) == 0) return 0;
+
+  // Backward shift: pull later members of the cluster into the hole unless
+  // their home lies after it (compared across the wrap by rotating both by
+  // half the table).
+  const uint32_t half = t->size / 2;
+  for (uint32_t j = i;;) {
+    j = (j + 1) % t->size;
+    if (!t->slots[j]) return 0;
+    uint32_t home = t->elemHash(t->slots[j]) % t->size;
+    uint32_t hole = i;
+    const int32_t d = static_cast<int32_t>(home - hole);
+    if (static_cast<uint32_t>(d < 0 ? -d : d) > half) {
+      home = (home + half) % t->size;
+      hole = (hole + half) % t->size;
+    }
+    if (home > hole) continue;
+    t->slots[i] = t->slots[j];
+    t->slots[j] = nullptr;
+    i = j;
+  }
+}
+
+APUTIL_API void *hash_get(hash_table_t *t, const void *key) {
+  for (uint32_t i = t->keyHash(key) % t->size; t->slots[i]; i = (i + 1) % t->size)
+    if (t->keyMatch(t->slots[i], key)) return t->slots[i];
+  return nullptr;
+}
+
+APUTIL_API uint32_t hash_update(const void *data, uint32_t len, uint32_t seed) {
+  const auto *p = static_cast<const uint8_t *>(data);
+  uint32_t h = len + seed;
+  for (uint32_t n = len / 4; n > 0; --n, p += 4) {
+    uint32_t w;
+    std::memcpy(&w, p, 4);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    w = __builtin_bswap32(w);
+#endif
+    h = wang_mix(h + w);
+  }
+  switch (len % 4) {
+    case 3:
+      h += static_cast<uint32_t>(p[2]) << 16;
+      h ^= static_cast<uint32_t>(p[1]) << 8;
+      h += p[0];
+      break;
+    case 2:
+      h ^= static_cast<uint32_t>(p[1]) << 8;
+      h += p[0];
+      break;
+    case 1:
+      h += p[0];
+      break;
+    default:
+      break;
+  }
+  return h;
+}
+
+}  // extern "C"

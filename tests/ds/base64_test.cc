@@ -1,0 +1,86 @@
+#include <zlib.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base64.h"
+
+namespace {
+
+std::string enc(const std::string &s, int cap = 256) {
+  char out[256];
+  const int n = b64_encode(out, cap, reinterpret_cast<const uint8_t *>(s.data()), static_cast<int>(s.size()));
+  return n < 0 ? "<-1>" : std::string(out, static_cast<size_t>(n));
+}
+
+int dec(const char *text, std::string *out = nullptr, int cap = 64, int n = -1) {
+  uint8_t buf[64];
+  const int got = b64_decode(buf, cap, text, n);
+  if (out && got > 0) out->assign(reinterpret_cast<char *>(buf), static_cast<size_t>(got));
+  return got;
+}
+
+TEST(Base64, Rfc4648Vectors) {
+  const char *plain[] = {"", "f", "fo", "foo", "foob", "fooba", "foobar"};
+  const char *coded[] = {"", "Zg==", "Zm8=", "Zm9v", "Zm9vYg==", "Zm9vYmE=", "Zm9vYmFy"};
+  for (int i = 0; i < 7; ++i) {
+    EXPECT_EQ(enc(plain[i]), coded[i]);
+    std::string back;
+    EXPECT_EQ(dec(coded[i], &back), static_cast<int>(std::strlen(plain[i])));
+    EXPECT_EQ(back, i ? plain[i] : "");
+  }
+  EXPECT_EQ(enc("Man"), "TWFu");
+  EXPECT_EQ(enc("\x4d"), "TQ==");
+}
+
+TEST(Base64, CapacityAndNullRules) {
+  EXPECT_EQ(enc("abc", 5), "YWJj");
+  EXPECT_EQ(enc("abc", 4), "<-1>");
+  char out[4];
+  EXPECT_EQ(b64_encode(out, 4, nullptr, 3), 0);
+  EXPECT_EQ(dec("TWFu", nullptr, 3), -1);  // must exceed 3
+  EXPECT_EQ(dec("TWFu", nullptr, 4), 3);
+  uint8_t buf[4];
+  EXPECT_EQ(b64_decode(buf, 4, nullptr, 0), 0);
+  EXPECT_DEATH(b64_encode(nullptr, 4, reinterpret_cast<const uint8_t *>("a"), 1),
+               "b64_encode: Assertion `dst != NULL && dstlen > 0 && srclen >= 0' failed");
+  EXPECT_DEATH(b64_decode(buf, 0, "TWFu", 4), "base64.c:65: b64_decode: Assertion `dst != NULL && dstlen > 0' failed");
+}
+
+TEST(Base64, DecodingRules) {
+  std::string out;
+  EXPECT_EQ(dec(" TWFu\n", &out), 3);
+  EXPECT_EQ(out, "Man");
+  EXPECT_EQ(dec("TW Fu"), -1);  // inner blanks stay: five characters
+  EXPECT_EQ(dec("TQ==QUJD", &out), 1);  // stops at the padded group
+  EXPECT_EQ(out, "M");
+  EXPECT_EQ(dec("TWE=QUJD", &out), 2);
+  EXPECT_EQ(dec("TWF", &out), -1);
+  EXPECT_EQ(dec("TW\x80u"), -1);
+  // Outside the alphabet: not refused, decodes as 255 and spoils the bits.
+  EXPECT_EQ(dec("T!Fu", &out), 3);
+  EXPECT_EQ(static_cast<uint8_t>(out[0]), static_cast<uint8_t>((19 << 2) | (255 >> 4)));
+  EXPECT_EQ(dec("TW=u", &out), 3);  // '=' third alone is just another invalid character
+  EXPECT_EQ(dec("TWFuTQ==", nullptr, 64, 4), 3);  // explicit length
+}
+
+TEST(Crc32, CheckValueAndAgreementWithZlib) {
+  EXPECT_EQ(tmp_crc32("123456789", 9), 0xCBF43926u);
+  EXPECT_EQ(tmp_crc32(nullptr, 9), 0u);
+  EXPECT_EQ(tmp_crc32("x", 0), 0u);
+  std::vector<uint8_t> data(5000);
+  std::mt19937 rng(99);
+  for (auto &b : data) b = static_cast<uint8_t>(rng());
+  for (int round = 0; round < 300; ++round) {
+    const size_t off = rng() % 16, len = 1 + rng() % 4000;  // every alignment and tail length
+    EXPECT_EQ(tmp_crc32(data.data() + off, static_cast<int>(len)),
+              static_cast<uint32_t>(crc32(0, data.data() + off, static_cast<uInt>(len))))
+        << off << "+" << len;
+  }
+}
+
+}  // namespace
