@@ -1,4 +1,4 @@
-#include "support/ble_coprocessor.h"
+#include "blesim/ble_coprocessor.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -7,7 +7,7 @@
 
 #include <chrono>
 
-namespace aputil::test {
+namespace aputil::sim {
 
 namespace {
 void append16(Bytes &b, uint16_t v) {
@@ -43,6 +43,16 @@ void BleCoprocessor::reply(uint16_t opcode, Reply r) {
 void BleCoprocessor::reply_always(uint16_t opcode, Reply r) {
   std::lock_guard<std::mutex> lock(mu_);
   standing_[opcode] = std::move(r);
+}
+
+void BleCoprocessor::set_responder(std::function<Reply(const HciCommand &)> responder) {
+  std::lock_guard<std::mutex> lock(mu_);
+  responder_ = std::move(responder);
+}
+
+void BleCoprocessor::set_observer(std::function<void(bool, const Bytes &)> observer) {
+  std::lock_guard<std::mutex> lock(mu_);
+  observer_ = std::move(observer);
 }
 
 void BleCoprocessor::push(const Bytes &bytes) {
@@ -85,6 +95,7 @@ void BleCoprocessor::serve() {
         if (pending_.size() < 4 || pending_.size() < 4u + pending_[3]) break;
         HciCommand cmd{static_cast<uint16_t>(pending_[1] | (pending_[2] << 8)),
                        Bytes(pending_.begin() + 4, pending_.begin() + 4 + pending_[3])};
+        if (observer_) observer_(true, Bytes(pending_.begin(), pending_.begin() + 4 + pending_[3]));
         pending_.erase(pending_.begin(), pending_.begin() + 4 + pending_[3]);
         commands_.push_back(cmd);
         complete.push_back(cmd);
@@ -97,6 +108,7 @@ void BleCoprocessor::serve() {
 
 void BleCoprocessor::answer(const HciCommand &cmd) {
   Reply r;
+  std::function<void(bool, const Bytes &)> observer;
   {
     std::lock_guard<std::mutex> lock(mu_);
     auto q = queued_.find(cmd.opcode);
@@ -105,11 +117,14 @@ void BleCoprocessor::answer(const HciCommand &cmd) {
       q->second.pop_front();
     } else if (auto s = standing_.find(cmd.opcode); s != standing_.end()) {
       r = s->second;
-    } else {
-      return;  // silence
+    } else if (responder_) {
+      r = responder_(cmd);
     }
+    observer = observer_;
   }
+  if (r.bytes.empty()) return;  // silence
   if (r.delay_ms > 0) std::this_thread::sleep_for(std::chrono::milliseconds(r.delay_ms));
+  if (observer) observer(false, r.bytes);
   push(r.bytes);
 }
 
@@ -142,8 +157,8 @@ Bytes BleCoprocessor::short_reply(uint16_t code, uint8_t status, const Bytes &da
   p.push_back(status);
   p.insert(p.end(), data.begin(), data.end());
   Bytes b = event(0xFF, p);
-  b.insert(b.end(), 3, 0);
+  if (status == 0) b.insert(b.end(), 3, 0);
   return b;
 }
 
-}  // namespace aputil::test
+}  // namespace aputil::sim

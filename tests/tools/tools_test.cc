@@ -1,0 +1,129 @@
+// aputil-info and ble-factory run as processes on the sample trees.
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+#include "support/fw_root.h"
+
+namespace aputil::test {
+namespace {
+
+struct Outcome {
+  int exit;
+  std::string out, err;
+};
+
+// Outcome a shell command line; stdout and stderr kept apart.
+Outcome run(const std::string &cmd) {
+  FirmwareRoot scratch;
+  const std::string out = scratch.dir() + "/out", err = scratch.dir() + "/err";
+  const int status = std::system((cmd + " >" + out + " 2>" + err).c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
+}
+
+const std::string kInfo = APUTIL_INFO, kBle = BLE_FACTORY, kGood = std::string(EXAMPLES_DIR) + "/firmware",
+                  kBroken = std::string(EXAMPLES_DIR) + "/firmware-broken";
+
+TEST(AputilInfo, ShowsTheSampleModel) {
+  const Outcome r = run(kInfo + " --root " + kGood);
+  EXPECT_EQ(r.exit, 0) << r.err;
+  for (const char *line : {"modelDirectory: /etc/AP100_X_2.0/", "specRegionCode: 840",
+                           "- index=1 channel=1 freq=2412 maxPower=30 flags=HT20 HT40",
+                           "flags=HT20 HT40 VHT80 5G DFS WRADAR DFS-class1", "regDomain5: /etc/AP100_X_2.0/ath/REG_DOMAIN5"})
+    EXPECT_NE(r.out.find(line), std::string::npos) << line;
+  EXPECT_EQ(r.out.find("==============radio config"), std::string::npos);  // the library's dump stays out
+}
+
+TEST(AputilInfo, JsonParsesBack) {
+  const Outcome r = run(kInfo + " --root " + kGood + " --region 276 --json");
+  ASSERT_EQ(r.exit, 0) << r.err;
+  cJSON *root = cJSON_Parse(r.out.c_str());
+  ASSERT_NE(root, nullptr) << r.out.substr(0, 200);
+  cJSON *region = cJSON_GetObjectItem(root, "region");
+  EXPECT_EQ(cJSON_GetObjectItem(region, "code")->valueint, 276);
+  cJSON *radio1 = cJSON_GetArrayItem(cJSON_GetObjectItem(region, "radios"), 1);
+  EXPECT_EQ(cJSON_GetArraySize(cJSON_GetObjectItem(radio1, "channels")), 19);
+  cJSON *radios = cJSON_GetObjectItem(cJSON_GetObjectItem(root, "radio"), "radios");
+  EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetArrayItem(radios, 1), "band")->valueint, 5);
+  EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetArrayItem(radios, 0), "minPower")->valueint, 7);  // EIRP region
+  EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetObjectItem(root, "ports"), "downlink")->child->valueint, 2);
+  cJSON_Delete(root);
+}
+
+TEST(AputilInfo, LintAcceptsTheSampleAndRejectsTheBrokenModel) {
+  Outcome r = run(kInfo + " lint --root " + kGood);
+  EXPECT_EQ(r.exit, 0) << r.out << r.err;
+  EXPECT_EQ(r.out, "dev_config.json: ok\nradio_config.json: ok\nREG_DOMAIN2/REG_DOMAIN5: 5 regions, all load\n");
+  r = run(kInfo + " lint --root " + kBroken);
+  EXPECT_EQ(r.exit, 1);
+  EXPECT_EQ(r.out, "dev_config.json: ok\nradio_config.json: FAILED\nREG_DOMAIN2/REG_DOMAIN5: 2 regions, failed: 276\n");
+  EXPECT_NE(r.err.find("<error>l_radio_config_init(): 464  @ condition("), std::string::npos);
+  EXPECT_NE(r.err.find("<error>_radio_region_init(): 273  @ invalid file format"), std::string::npos);
+  EXPECT_EQ(run(kInfo + " --root " + kBroken).exit, 1);
+}
+
+TEST(AputilInfo, BadArguments) {
+  for (const char *args : {" --region abc", " --region", " --frobnicate", " --root /nonexistent/tree"}) {
+    const Outcome r = run(kInfo + args);
+    EXPECT_EQ(r.exit, 2) << args;
+    EXPECT_NE(r.err.find("aputil-info: "), std::string::npos) << args;
+  }
+  EXPECT_EQ(run(kInfo + " --help").exit, 0);
+}
+
+TEST(BleFactory, EveryCommandAgainstTheSimulatedCoprocessor) {
+  FirmwareRoot root;
+  root.write("/proc/morvik_gpio/.keep", "");
+  const Outcome r = run(kBle + " --simulate --root " + root.dir() +
+                    " --channel 19 --power -20 --phy 24 mac tx-test rx-test end-test ext-tx-test ext-rx-test "
+                    "ext-end-test connect 11:22:33:44:55:66 rssi adv on adv off coex high coex low gpio fac-init");
+  EXPECT_EQ(r.exit, 0) << r.out;
+  for (const char *line : {"mac: 11:22:33:44:55:66\n", "tx-test: ok\n", "end-test: 1024 packets received\n",
+                           "connect 11:22:33:44:55:66: ok\n", "rssi: -42 dBm\n", "coex high: ok\n", "coex low: ok\n",
+                           "gpio fac-init: ok\n", "ext-end-test: ok\n"})
+    EXPECT_NE(r.out.find(line), std::string::npos) << line;
+  EXPECT_EQ(root.read("/proc/morvik_gpio/ble_ptm"), "on\n");
+  EXPECT_EQ(root.read("/proc/morvik_gpio/ble_reset"), "off\n");
+}
+
+TEST(BleFactory, TraceAndFailingReplies) {
+  Outcome r = run(kBle + " --simulate --trace --channel 5 tx-test");
+  EXPECT_EQ(r.exit, 0);
+  EXPECT_NE(r.out.find("> 01 1e 20 03 05 25 00  LE Transmitter Test (0x201e)"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("< 04 0e 04 01 1e 20 00  Command Complete for LE Transmitter Test (0x201e), status 0x00"),
+            std::string::npos);
+  r = run(kBle + " --simulate --simulate-status 12 mac rx-test");
+  EXPECT_EQ(r.exit, 1);
+  EXPECT_NE(r.out.find("mac: FAILED (2)"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("[BLE_ERR][ble_fac_rx_test:329] ble_fac_rx_test test error, return 0x2"), std::string::npos)
+      << r.out;
+}
+
+TEST(BleFactory, BadArgumentsAreRefusedBeforeSending) {
+  const struct {
+    const char *args, *message;
+  } cases[] = {
+      {"--channel 40 tx-test", "--channel must be a channel from 0 to 39, not '40'"},
+      {"--power 7 tx-test", "--power must be one of -20 -18"},
+      {"--phy 22 rx-test", "--phy must be a PHY selector from 23 to 26"},
+      {"connect 11:22:33:44:55", "connect takes an address like AA:BB:CC:DD:EE:FF"},
+      {"coex middle", "coex takes high or low"},
+      {"mac launch", "unknown argument 'launch'"},
+      {"", "no command given"},
+  };
+  for (const auto &c : cases) {
+    const Outcome r = run(kBle + " --simulate --trace " + c.args);
+    EXPECT_EQ(r.exit, 2) << c.args;
+    EXPECT_EQ(r.out, "") << c.args;  // nothing was sent, so nothing was traced
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << ": " << r.err;
+  }
+  EXPECT_EQ(run(kBle + " mac").exit, 2);  // neither --port nor --simulate
+  EXPECT_EQ(run(kBle + " --port /nonexistent/tty mac").exit, 3);
+}
+
+}  // namespace
+}  // namespace aputil::test

@@ -1,0 +1,300 @@
+// ble-factory: factory tests of the BLE co-processor through the library.
+//
+//   ble-factory (--port TTY | --simulate) [options] COMMAND [ARG] [COMMAND [ARG]...]
+//
+// Exit status: 0 every command succeeded; 1 a command failed; 2 bad
+// arguments (nothing was sent); 3 the serial line could not be opened.
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ble.h"
+#include "blesim/ble_coprocessor.h"
+#include "blesim/hci_trace.h"
+
+namespace {
+
+namespace sim = aputil::sim;
+
+constexpr int kExitFailed = 1, kExitUsage = 2, kExitLine = 3;
+
+const char kUsage[] =
+    "usage: ble-factory (--port TTY | --simulate) [options] COMMAND [ARG] [COMMAND [ARG]...]\n"
+    "\n"
+    "commands (run in order; rssi uses the handle of an earlier connect):\n"
+    "  mac                      read the co-processor's MAC address\n"
+    "  tx-test | rx-test | end-test               LE direct test mode\n"
+    "  ext-tx-test | ext-rx-test | ext-end-test   vendor test mode\n"
+    "  connect AA:BB:CC:DD:EE:FF   connect to a peer   rssi   its averaged RSSI\n"
+    "  coex high|low            drive the coexistence line and check it\n"
+    "  adv on|off               advertising\n"
+    "  gpio fac-init|fac-deinit|reset|bootloader   the reset, boot-select and test-mode lines\n"
+    "\n"
+    "options:\n"
+    "  --port TTY           serial line of the co-processor\n"
+    "  --mode 0|1           0: 1,152,000 baud (default), 1: 115,200 baud\n"
+    "  --simulate           use a simulated co-processor on a pseudo-terminal\n"
+    "  --simulate-status N  status byte the simulated co-processor answers with (default 0)\n"
+    "  --trace              print every HCI packet written and read\n"
+    "  --root DIR           firmware tree standing for / (GPIO and coexistence files)\n"
+    "  --channel N          RF channel 0-39 (default 0)\n"
+    "  --power DBM          transmit power: -20 -18 -15 -12 -10 -9 -6 -5 -3 0 1 2 3 4 5 14..20 (default 0)\n"
+    "  --length N           test payload length 0-255 (default 37)\n"
+    "  --payload N          payload type 0-7 (default 0)\n"
+    "  --phy N              PHY selector 23-26 (23: 1 Mbit/s, default)\n"
+    "  --mode-byte N        vendor tx test mode 0-255 (default 0)\n";
+
+struct Options {
+  std::string port, root;
+  int mode = 0, sim_status = 0, channel = 0, power = 0, length = 37, payload = 0, phy = 23, mode_byte = 0;
+  bool simulate = false, trace = false;
+};
+
+struct Command {
+  std::string name, arg;
+};
+
+bool parse_int(const char *text, long lo, long hi, int *out) {
+  char *end = nullptr;
+  errno = 0;
+  const long v = std::strtol(text, &end, 0);
+  if (errno || !*text || *end || v < lo || v > hi) return false;
+  *out = static_cast<int>(v);
+  return true;
+}
+
+bool known_power(int dbm) {
+  for (int p : {-20, -18, -15, -12, -10, -9, -6, -5, -3, 0, 1, 2, 3, 4, 5, 14, 15, 16, 17, 18, 19, 20})
+    if (p == dbm) return true;
+  return false;
+}
+
+bool parse_address(const std::string &text, uint8_t out[6]) {
+  unsigned v[6];
+  char sep[5];
+  int used = 0;
+  if (std::sscanf(text.c_str(), "%2x%c%2x%c%2x%c%2x%c%2x%c%2x%n", &v[0], &sep[0], &v[1], &sep[1], &v[2], &sep[2],
+                  &v[3], &sep[3], &v[4], &sep[4], &v[5], &used) != 11 ||
+      static_cast<size_t>(used) != text.size() || text.size() != 17)
+    return false;
+  for (char s : sep)
+    if (s != ':' && s != '-') return false;
+  for (int i = 0; i < 6; ++i) out[i] = static_cast<uint8_t>(v[i]);
+  return true;
+}
+
+int usage_error(const std::string &message) {
+  std::fprintf(stderr, "ble-factory: %s\n(ble-factory --help for the usage)\n", message.c_str());
+  return kExitUsage;
+}
+
+// A plausible co-processor: success (or the given status) for every command.
+sim::Reply simulated_reply(const sim::HciCommand &cmd, uint8_t status, const std::string &root) {
+  using sim::BleCoprocessor;
+  const uint16_t op = cmd.opcode;
+  switch (op) {
+    case BLE_OP_KXCOEX_PIN_HIGH:
+    case BLE_OP_KXCOEX_PIN_LOW:
+      if (!root.empty()) {  // the lines follow the pin, as the hardware's do
+        for (const char *line : {"ble_coex_req", "ble_coex_pri"}) {
+          FILE *f = std::fopen((root + "/proc/morvik_gpio/" + line).c_str(), "w");
+          if (f) {
+            std::fputs(op == BLE_OP_KXCOEX_PIN_HIGH ? "1\n" : "0\n", f);
+            std::fclose(f);
+          }
+        }
+      }
+      return {};
+    case BLE_OP_GAP_ADV_DISABLE:
+    case BLE_OP_GAP_ADV_ENABLE: return {BleCoprocessor::short_reply(op, status)};
+    case BLE_OP_GET_MACADDR:  // a failed read carries no address
+      return {status ? BleCoprocessor::short_reply(op, status)
+                     : BleCoprocessor::short_reply(op, 0, {0x11, 0x22, 0x33, 0x44, 0x55, 0x66})};
+    case BLE_OP_READ_RSSI: return {BleCoprocessor::command_complete(op, status, {cmd.params[0], cmd.params[1], 0xD6})};
+    case BLE_OP_END_TEST: return {BleCoprocessor::command_complete(op, status, {0x00, 0x04})};
+    case BLE_OP_GAP_DEVICE_INIT:
+    case BLE_OP_PEER_CONNECT: {
+      sim::Bytes r = BleCoprocessor::vendor_event(BLE_EVT_CMD_STATUS, status, op);
+      sim::Bytes ev = op == BLE_OP_GAP_DEVICE_INIT
+                          ? BleCoprocessor::event(0xFF, {0x00, 0x06, 0x00})
+                          : BleCoprocessor::event(0xFF, {0x05, 0x06, 0x00, 0x00, cmd.params[1], cmd.params[2],
+                                                         cmd.params[3], cmd.params[4], cmd.params[5], cmd.params[6],
+                                                         0x01, 0x00});
+      r.insert(r.end(), ev.begin(), ev.end());
+      return {r};
+    }
+    default:
+      if ((op & 0xFF00) == 0xFC00) return {BleCoprocessor::vendor_event(BLE_EVT_EXT(op), status, op)};
+      return {BleCoprocessor::command_complete(op, status)};
+  }
+}
+
+// Runs one command; prints its outcome. Returns false when it failed.
+bool run(int fd, const Options &o, const Command &c) {
+  int rc = 0;
+  if (c.name == "mac") {
+    uint8_t mac[6];
+    rc = ble_fac_mac_get(fd, mac);
+    if (rc == 0)
+      std::printf("mac: %02X:%02X:%02X:%02X:%02X:%02X\n", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+  } else if (c.name == "tx-test") {
+    rc = ble_fac_tx_test(fd, static_cast<uint8_t>(o.channel), o.power, static_cast<uint8_t>(o.length),
+                         static_cast<uint8_t>(o.payload), static_cast<uint8_t>(o.phy));
+  } else if (c.name == "rx-test") {
+    rc = ble_fac_rx_test(fd, static_cast<uint8_t>(o.channel), static_cast<uint8_t>(o.phy));
+  } else if (c.name == "end-test") {
+    uint16_t count = 0;
+    rc = ble_fac_end_test(fd, &count);
+    if (rc == 0) std::printf("end-test: %u packets received\n", count);
+  } else if (c.name == "ext-tx-test") {
+    rc = ble_fac_ext_tx_test(fd, static_cast<uint8_t>(o.channel), o.power, static_cast<uint8_t>(o.phy),
+                             static_cast<uint8_t>(o.mode_byte));
+  } else if (c.name == "ext-rx-test") {
+    rc = ble_fac_ext_rx_test(fd, static_cast<uint8_t>(o.channel), static_cast<uint8_t>(o.phy));
+  } else if (c.name == "ext-end-test") {
+    rc = ble_fac_ext_end_test(fd);
+  } else if (c.name == "connect") {
+    uint8_t peer[6];
+    parse_address(c.arg, peer);
+    rc = ble_fac_peerdevice_connect(fd, peer);
+  } else if (c.name == "rssi") {
+    int32_t rssi = 0;
+    rc = ble_fac_peerdevice_read_rssi(fd, &rssi);
+    if (rc == 0) std::printf("rssi: %d dBm\n", rssi);
+  } else if (c.name == "coex") {
+    rc = ble_fac_coex_gpio_ctl(fd, c.arg == "high" ? 1 : 0);
+  } else if (c.name == "adv") {
+    rc = c.arg == "on" ? ble_fac_gap_adv_enable(fd) : ble_fac_gap_adv_disable(fd);
+  } else if (c.name == "gpio") {
+    if (c.arg == "fac-init") ble_gpio_fac_init();
+    if (c.arg == "fac-deinit") ble_gpio_fac_deinit();
+    if (c.arg == "reset") ble_gpio_reset();
+    if (c.arg == "bootloader") ble_gpio_bootloader_prep();
+  }
+  const std::string what = c.arg.empty() ? c.name : c.name + " " + c.arg;
+  if (rc != 0)
+    std::printf("%s: FAILED (%d)\n", what.c_str(), rc);
+  else if (c.name != "mac" && c.name != "end-test" && c.name != "rssi")
+    std::printf("%s: ok\n", what.c_str());
+  std::fflush(stdout);
+  return rc == 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  Options o;
+  std::vector<Command> commands;
+  const std::vector<std::string> no_arg = {"mac", "tx-test", "rx-test", "end-test", "ext-tx-test",
+                                           "ext-rx-test", "ext-end-test", "rssi"};
+  for (int i = 1; i < argc; ++i) {
+    const std::string a = argv[i];
+    auto value = [&](const char *name) -> const char * { return i + 1 < argc ? argv[++i] : (usage_error(std::string(name) + " needs a value"), nullptr); };
+    auto number = [&](const char *name, long lo, long hi, int *out, const char *range) {
+      const char *v = value(name);
+      if (!v) return false;
+      if (parse_int(v, lo, hi, out)) return true;
+      usage_error(std::string(name) + " must be " + range + ", not '" + v + "'");
+      return false;
+    };
+    if (a == "--help" || a == "-h") {
+      std::fputs(kUsage, stdout);
+      return 0;
+    } else if (a == "--port") {
+      const char *v = value("--port");
+      if (!v) return kExitUsage;
+      o.port = v;
+    } else if (a == "--root") {
+      const char *v = value("--root");
+      if (!v) return kExitUsage;
+      o.root = v;
+    } else if (a == "--simulate") {
+      o.simulate = true;
+    } else if (a == "--trace") {
+      o.trace = true;
+    } else if (a == "--mode") {
+      if (!number("--mode", 0, 1, &o.mode, "0 (1,152,000 baud) or 1 (115,200 baud)")) return kExitUsage;
+    } else if (a == "--simulate-status") {
+      if (!number("--simulate-status", 0, 255, &o.sim_status, "a status byte 0-255")) return kExitUsage;
+    } else if (a == "--channel") {
+      if (!number("--channel", 0, 39, &o.channel, "a channel from 0 to 39")) return kExitUsage;
+    } else if (a == "--power") {
+      if (!number("--power", -128, 127, &o.power, "a power level in dBm") || !known_power(o.power))
+        return usage_error("--power must be one of -20 -18 -15 -12 -10 -9 -6 -5 -3 0 1 2 3 4 5 14 15 16 17 18 19 20");
+    } else if (a == "--length") {
+      if (!number("--length", 0, 255, &o.length, "a length from 0 to 255")) return kExitUsage;
+    } else if (a == "--payload") {
+      if (!number("--payload", 0, 7, &o.payload, "a payload type from 0 to 7")) return kExitUsage;
+    } else if (a == "--phy") {
+      if (!number("--phy", 23, 26, &o.phy, "a PHY selector from 23 to 26")) return kExitUsage;
+    } else if (a == "--mode-byte") {
+      if (!number("--mode-byte", 0, 255, &o.mode_byte, "a byte 0-255")) return kExitUsage;
+    } else if (std::find(no_arg.begin(), no_arg.end(), a) != no_arg.end()) {
+      commands.push_back({a, ""});
+    } else if (a == "connect" || a == "coex" || a == "adv" || a == "gpio") {
+      if (i + 1 >= argc) return usage_error(a + " needs an argument");
+      const std::string arg = argv[++i];
+      uint8_t peer[6];
+      const bool ok = (a == "connect" && parse_address(arg, peer)) ||
+                      (a == "coex" && (arg == "high" || arg == "low")) ||
+                      (a == "adv" && (arg == "on" || arg == "off")) ||
+                      (a == "gpio" && (arg == "fac-init" || arg == "fac-deinit" || arg == "reset" || arg == "bootloader"));
+      if (!ok) {
+        const char *want = a == "connect" ? "an address like AA:BB:CC:DD:EE:FF"
+                           : a == "coex"  ? "high or low"
+                           : a == "adv"   ? "on or off"
+                                          : "fac-init, fac-deinit, reset or bootloader";
+        return usage_error(a + " takes " + want + ", not '" + arg + "'");
+      }
+      commands.push_back({a, arg});
+    } else {
+      return usage_error("unknown argument '" + a + "'");
+    }
+  }
+  if (commands.empty()) return usage_error("no command given");
+  if (o.port.empty() && !o.simulate) return usage_error("--port TTY or --simulate is needed");
+  if (!o.root.empty()) setenv("APUTIL_SYSROOT", o.root.c_str(), 1);
+
+  auto print_trace = [](const std::string &line) {
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+  };
+  std::unique_ptr<sim::BleCoprocessor> simulator;
+  std::unique_ptr<sim::TraceProxy> proxy;
+  int real_line = -1;
+  std::string line = o.port;
+  if (o.simulate) {
+    simulator = std::make_unique<sim::BleCoprocessor>();
+    const uint8_t status = static_cast<uint8_t>(o.sim_status);
+    const std::string root = o.root;
+    simulator->set_responder([status, root](const sim::HciCommand &c) { return simulated_reply(c, status, root); });
+    if (o.trace)
+      simulator->set_observer([print_trace](bool host, const sim::Bytes &b) {
+        for (const auto &l : sim::describe(host, b)) print_trace(l);
+      });
+    line = simulator->device();
+  } else if (o.trace) {
+    real_line = ble_uart_open(o.port.c_str(), static_cast<uint8_t>(o.mode));  // configures the real port
+    if (real_line < 0) return kExitLine;
+    proxy = std::make_unique<sim::TraceProxy>(real_line, print_trace);
+    line = proxy->device();
+  }
+  const int fd = ble_uart_open(line.c_str(), static_cast<uint8_t>(o.mode));
+  if (fd < 0) {
+    std::fprintf(stderr, "ble-factory: cannot open the serial line %s\n", line.c_str());
+    return kExitLine;
+  }
+  bool all_ok = true;
+  for (const Command &c : commands) all_ok = run(fd, o, c) && all_ok;
+  ble_uart_close(fd);
+  proxy.reset();
+  if (real_line >= 0) ble_uart_close(real_line);
+  return all_ok ? 0 : kExitFailed;
+}
