@@ -8,7 +8,7 @@ lib=$1 map=$2 headers=$3
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
-readelf --dyn-syms -W "$lib" | awk 'NR > 3 && $7 != "UND" && $8 != "" { sub(/@.*/, "", $8); print $8 }' |
+readelf --dyn-syms -W "$lib" | awk 'NR > 3 && $7 != "UND" && $4 != "SECTION" && $8 != "" { sub(/@.*/, "", $8); print $8 }' |
     sort -u > "$tmp/exported"
 sed -n '/global:/,/local:/p' "$map" | sed -e 's,/\*.*\*/,,' -e 's/[[:space:]]//g' |
     grep -v -e '^global:' -e '^local:' -e '^$' | tr -d ';' | sort -u > "$tmp/map"

@@ -25,7 +25,8 @@ Outcome run(const std::string &cmd) {
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
 }
 
-const std::string kInfo = APUTIL_INFO, kBle = BLE_FACTORY, kGood = std::string(EXAMPLES_DIR) + "/firmware",
+const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
+const std::string kInfo = kRunner + APUTIL_INFO, kBle = kRunner + BLE_FACTORY, kGood = std::string(EXAMPLES_DIR) + "/firmware",
                   kBroken = std::string(EXAMPLES_DIR) + "/firmware-broken";
 
 TEST(AputilInfo, ShowsTheSampleModel) {

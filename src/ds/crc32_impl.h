@@ -1,0 +1,17 @@
+// The CRC-32 implementations behind tmp_crc32, reachable by the tests.
+// Each takes and returns the running (inverted) register.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace aputil::ds {
+
+// Portable: eight bytes per step with slicing tables.
+uint32_t crc32_slice8(uint32_t crc, const uint8_t *p, size_t n);
+
+// The ARMv8 CRC32 instructions; nullptr where the CPU or build lacks them.
+using Crc32Fn = uint32_t (*)(uint32_t crc, const uint8_t *p, size_t n);
+Crc32Fn crc32_armv8();
+
+}  // namespace aputil::ds
