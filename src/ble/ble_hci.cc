@@ -37,7 +37,17 @@ APUTIL_API void ble_build_cmd_hci(uint8_t *pkt, uint16_t opcode, uint8_t len, ..
   }
   build_header(pkt, opcode, len);
   va_list ap;
+  // The interface fixes len as an 8-bit parameter; va_start after it relies
+  // on the register-based calling conventions of the targets (x86-64,
+  // arm64), where it is well defined in practice.
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wvarargs"
+#endif
   va_start(ap, len);
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
   for (unsigned i = 4; i < len; ++i) pkt[i] = static_cast<uint8_t>(va_arg(ap, int));
   va_end(ap);
 }

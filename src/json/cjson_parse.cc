@@ -5,7 +5,10 @@
 // reader keeps two 32-bit words per open array or object plus the text of
 // one string or number at a time, so len + 1 + 8 * (depth + 2) bytes always
 // suffice and the reader never asks for more.
-#include <cstdlib>
+#include <locale.h>
+#include <stdlib.h>
+
+#include <cmath>
 #include <cstring>
 
 #include "json/cjson_internal.h"
@@ -20,7 +23,7 @@ namespace {
 
 class ArenaAllocator {
  public:
-  static const bool kNeedFree = false;
+  [[maybe_unused]] static constexpr bool kNeedFree = false;  // part of the allocator concept
   ArenaAllocator(char *base, size_t size) : base_(base), size_(size) {}
   void *Malloc(size_t size) { return Grant(size); }
   void *Realloc(void *, size_t, size_t size) { return Grant(size); }
@@ -62,12 +65,22 @@ class TreeBuilder {
     if (item) item->valueint = b ? 1 : 0;
     return Add(item, b ? cJSON_True : cJSON_False);
   }
-  bool Int(int i) { return Number(i); }
-  bool Uint(unsigned u) { return Number(u); }
-  bool Int64(int64_t i) { return Number(static_cast<double>(i)); }
-  bool Uint64(uint64_t u) { return Number(static_cast<double>(u)); }
-  bool Double(double d) { return Number(d); }
-  bool RawNumber(const char *, rapidjson::SizeType, bool) { return false; }
+  // Numbers arrive as validated, NUL-terminated text and are converted
+  // here, correctly rounded and whatever the process's locale. A value too
+  // large for a double is refused; one too small becomes 0.
+  bool RawNumber(const char *s, rapidjson::SizeType len, bool) {
+    static const locale_t c_locale = newlocale(LC_NUMERIC_MASK, "C", static_cast<locale_t>(nullptr));
+    char *end = nullptr;
+    const double d = c_locale ? strtod_l(s, &end, c_locale) : strtod(s, &end);
+    if (end != s + len || std::isinf(d)) return false;
+    return Number(d);
+  }
+  // Not called: numbers come through RawNumber.
+  bool Int(int) { return false; }
+  bool Uint(unsigned) { return false; }
+  bool Int64(int64_t) { return false; }
+  bool Uint64(uint64_t) { return false; }
+  bool Double(double) { return false; }
 
   bool String(const char *s, rapidjson::SizeType len, bool) {
     cJSON *item = new_item();
@@ -137,7 +150,7 @@ class TreeBuilder {
 };
 
 constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseStopWhenDoneFlag |
-                            rapidjson::kParseFullPrecisionFlag;
+                            rapidjson::kParseNumbersAsStringsFlag;
 
 }  // namespace
 }  // namespace aputil::json

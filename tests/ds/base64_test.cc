@@ -85,7 +85,7 @@ TEST(Crc32, CheckValueAndAgreementWithZlib) {
 }
 
 TEST(Crc32, EveryImplementationAgrees) {
-  std::vector<uint8_t> data(3000);
+  std::vector<uint8_t> data(3003);  // the longest case starts at offset 3
   std::mt19937 rng(42);
   for (auto &b : data) b = static_cast<uint8_t>(rng());
   std::vector<std::pair<const char *, aputil::ds::Crc32Fn>> impls = {{"slice8", aputil::ds::crc32_slice8}};
