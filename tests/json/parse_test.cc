@@ -70,6 +70,31 @@ TEST(JsonParse, NumbersKeepBothValuesAndSaturateTheInt) {
   EXPECT_EQ(k, 10);
 }
 
+// Found by fuzzing: a zero mantissa with a large exponent, overflow and
+// underflow, and numbers whose printed text settles only after one round.
+TEST(JsonParse, NumberEdges) {
+  Tree t("[0e150, -0.0e-999, 1e-400, 5E+2]");
+  ASSERT_NE(t.root, nullptr);
+  EXPECT_EQ(cJSON_GetArrayItem(t.root, 0)->valuedouble, 0.0);
+  EXPECT_EQ(cJSON_GetArrayItem(t.root, 2)->valuedouble, 0.0);  // underflow becomes 0
+  EXPECT_EQ(cJSON_GetArrayItem(t.root, 3)->valueint, 500);
+  EXPECT_EQ(cJSON_Parse("[1e400]"), nullptr);  // too large for a double
+  EXPECT_EQ(cJSON_Parse("-1e309"), nullptr);
+
+  Tree n("11110643096.1506972");  // "%e" keeps six digits: 1.111064e+10
+  char *once = cJSON_PrintUnformatted(n.root);
+  Tree again(once);
+  char *twice = cJSON_PrintUnformatted(again.root);
+  Tree third(twice);
+  char *thrice = cJSON_PrintUnformatted(third.root);
+  EXPECT_STREQ(once, "1.111064e+10");
+  EXPECT_STREQ(twice, "11110640000");
+  EXPECT_STREQ(thrice, twice);
+  free(once);
+  free(twice);
+  free(thrice);
+}
+
 TEST(JsonParse, StringEscapesAndUnicode) {
   Tree t(R"(["\"\\\/\b\f\n\r\t", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])");
   ASSERT_NE(t.root, nullptr);
