@@ -1,6 +1,7 @@
 // CRC-32 (IEEE 802.3). Portable path: eight bytes per step with slicing
 // tables built at compile time. On arm64 the CRC32 instructions are used
-// when the CPU has them (checked once at run time).
+// when the CPU has them, on x86-64 carry-less multiply folding (both
+// checked once at run time).
 #include <cstring>
 
 #include "base64.h"
@@ -12,6 +13,10 @@
 #ifndef HWCAP_CRC32
 #define HWCAP_CRC32 (1 << 7)
 #endif
+#endif
+#if defined(__x86_64__)
+#include <cpuid.h>
+#include <immintrin.h>
 #endif
 
 namespace aputil::ds {
@@ -59,9 +64,58 @@ __attribute__((target("+crc"))) uint32_t crc32_arm(uint32_t crc, const uint8_t *
 }
 #endif
 
+#if defined(__x86_64__)
+// Folding constants for the reflected polynomial 0xEDB88320: x^(4*128+32),
+// x^(4*128-32) mod P for the four-lane fold, x^(128+32), x^(128-32) for the
+// single fold, x^64 mod P, then P' and the Barrett constant u'.
+alignas(16) constexpr uint64_t kK1K2[2] = {0x0154442bd4, 0x01c6e41596};
+alignas(16) constexpr uint64_t kK3K4[2] = {0x01751997d0, 0x00ccaa009e};
+alignas(16) constexpr uint64_t kK5K0[2] = {0x0163cd6124, 0};
+alignas(16) constexpr uint64_t kPoly[2] = {0x01db710641, 0x01f7011641};
+
+#define APUTIL_CLMUL __attribute__((target("pclmul,sse4.1")))
+APUTIL_CLMUL inline __m128i load(const uint8_t *q) { return _mm_loadu_si128(reinterpret_cast<const __m128i *>(q)); }
+APUTIL_CLMUL inline __m128i fold(__m128i acc, __m128i k, __m128i next) {
+  return _mm_xor_si128(_mm_xor_si128(_mm_clmulepi64_si128(acc, k, 0x11), _mm_clmulepi64_si128(acc, k, 0x00)), next);
+}
+
+APUTIL_CLMUL uint32_t crc32_fold(uint32_t crc, const uint8_t *p, size_t n) {
+  if (n < 64) return crc32_slice8(crc, p, n);
+  const size_t tail = n & 15;
+  n -= tail;
+  __m128i x1 = _mm_xor_si128(load(p), _mm_cvtsi32_si128(static_cast<int>(crc)));
+  __m128i x2 = load(p + 16), x3 = load(p + 32), x4 = load(p + 48);
+  __m128i k = _mm_load_si128(reinterpret_cast<const __m128i *>(kK1K2));
+  p += 64;
+  n -= 64;
+  for (; n >= 64; n -= 64, p += 64) {  // four 128-bit lanes, 512 bits per step
+    x1 = fold(x1, k, load(p));
+    x2 = fold(x2, k, load(p + 16));
+    x3 = fold(x3, k, load(p + 32));
+    x4 = fold(x4, k, load(p + 48));
+  }
+  k = _mm_load_si128(reinterpret_cast<const __m128i *>(kK3K4));
+  x1 = fold(fold(fold(x1, k, x2), k, x3), k, x4);
+  for (; n >= 16; n -= 16, p += 16) x1 = fold(x1, k, load(p));
+  // 128 -> 64 bits, then Barrett reduction to 32.
+  const __m128i mask = _mm_setr_epi32(-1, 0, -1, 0);
+  x2 = _mm_clmulepi64_si128(x1, k, 0x10);
+  x1 = _mm_xor_si128(_mm_srli_si128(x1, 8), x2);
+  k = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(kK5K0));
+  x2 = _mm_srli_si128(x1, 4);
+  x1 = _mm_xor_si128(_mm_clmulepi64_si128(_mm_and_si128(x1, mask), k, 0x00), x2);
+  k = _mm_load_si128(reinterpret_cast<const __m128i *>(kPoly));
+  x2 = _mm_clmulepi64_si128(_mm_and_si128(x1, mask), k, 0x10);
+  x2 = _mm_clmulepi64_si128(_mm_and_si128(x2, mask), k, 0x00);
+  crc = static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(x1, x2), 1));
+  return crc32_slice8(crc, p, tail);
+}
+#endif
+
 Crc32Fn select() {
-  Crc32Fn arm = crc32_armv8();
-  return arm ? arm : crc32_slice8;
+  if (Crc32Fn arm = crc32_armv8()) return arm;
+  if (Crc32Fn clmul = crc32_clmul()) return clmul;
+  return crc32_slice8;
 }
 
 }  // namespace
@@ -83,6 +137,14 @@ Crc32Fn crc32_armv8() {
 #else
   return nullptr;
 #endif
+}
+
+Crc32Fn crc32_clmul() {
+#if defined(__x86_64__)
+  unsigned a, b, c, d;
+  if (__get_cpuid(1, &a, &b, &c, &d) && (c & bit_PCLMUL) && (c & bit_SSE4_1)) return crc32_fold;
+#endif
+  return nullptr;
 }
 
 }  // namespace aputil::ds

@@ -14,4 +14,8 @@ uint32_t crc32_slice8(uint32_t crc, const uint8_t *p, size_t n);
 using Crc32Fn = uint32_t (*)(uint32_t crc, const uint8_t *p, size_t n);
 Crc32Fn crc32_armv8();
 
+// x86-64 carry-less multiply folding (PCLMULQDQ + SSE4.1); nullptr where the
+// CPU or build lacks them. Short inputs and tails go through slicing.
+Crc32Fn crc32_clmul();
+
 }  // namespace aputil::ds

@@ -90,8 +90,9 @@ TEST(Crc32, EveryImplementationAgrees) {
   for (auto &b : data) b = static_cast<uint8_t>(rng());
   std::vector<std::pair<const char *, aputil::ds::Crc32Fn>> impls = {{"slice8", aputil::ds::crc32_slice8}};
   if (aputil::ds::Crc32Fn arm = aputil::ds::crc32_armv8()) impls.push_back({"armv8", arm});
+  if (aputil::ds::Crc32Fn clmul = aputil::ds::crc32_clmul()) impls.push_back({"clmul", clmul});
   for (const auto &[name, fn] : impls) {
-    for (size_t len : {0, 1, 3, 4, 7, 8, 9, 15, 16, 17, 63, 64, 1000, 2999}) {
+    for (size_t len : {0, 1, 3, 4, 7, 8, 9, 15, 16, 17, 63, 64, 65, 79, 80, 127, 128, 143, 1000, 2999}) {
       for (size_t off : {0, 1, 3}) {
         const uint32_t want = static_cast<uint32_t>(crc32(0, data.data() + off, static_cast<uInt>(len)));
         EXPECT_EQ(~fn(0xFFFFFFFFu, data.data() + off, len), want) << name << " " << off << "+" << len;
