@@ -27,9 +27,11 @@ void store_le(uint8_t *p, uint32_t v) {
   p[3] = static_cast<uint8_t>(v >> 24);
 }
 
-#define MD5_STEP(f, a, b, c, d, x, t, s) (a) = (b) + rotl((a) + f((b), (c), (d)) + (x) + (t), (s))
+// The message word and constant are added first so that only f waits for
+// the previous step; G is split into two disjoint terms for the same reason.
+#define MD5_STEP(f, a, b, c, d, x, t, s) (a) = (b) + rotl((a) + (x) + (t) + f((b), (c), (d)), (s))
 #define MD5_F(x, y, z) ((z) ^ ((x) & ((y) ^ (z))))
-#define MD5_G(x, y, z) ((y) ^ ((z) & ((x) ^ (y))))
+#define MD5_G(x, y, z) (((x) & (z)) + ((y) & ~(z)))
 #define MD5_H(x, y, z) ((x) ^ (y) ^ (z))
 #define MD5_I(x, y, z) ((y) ^ ((x) | ~(z)))
 
