@@ -41,6 +41,32 @@ RSA_Bignum from_bn(const BIGNUM *bn) {
   return r;
 }
 
+// The Montgomery context of the last odd modulus verified against, one per
+// thread: a daemon checks many signatures under the same key, and setting
+// the context up costs about as much as the exponentiation itself. A thread
+// that ends keeps its entry (a few hundred bytes) until the process exits.
+struct MontCache {
+  BN_MONT_CTX *mont;
+  uint32_t nbytes;
+  uint8_t modulus[256];
+};
+thread_local MontCache t_mont;
+
+// m = s^e mod n, through the cached Montgomery context when n is odd.
+bool mod_exp(BIGNUM *m, const BIGNUM *s, const BIGNUM *e, const BIGNUM *n, const uint8_t *modulus, uint32_t nbytes,
+             BN_CTX *ctx) {
+  if (!BN_is_odd(n)) return BN_mod_exp(m, s, e, n, ctx) != 0;
+  MontCache &c = t_mont;
+  if (!c.mont || c.nbytes != nbytes || std::memcmp(c.modulus, modulus, nbytes) != 0) {
+    if (!c.mont && !(c.mont = BN_MONT_CTX_new())) out_of_memory();
+    c.nbytes = 0;  // invalid until set up
+    if (!BN_MONT_CTX_set(c.mont, n, ctx)) return false;
+    std::memcpy(c.modulus, modulus, nbytes);
+    c.nbytes = nbytes;
+  }
+  return BN_mod_exp_mont(m, s, e, n, ctx, c.mont) != 0;
+}
+
 BN_CTX *context() {
   BN_CTX *ctx = BN_CTX_new();
   if (!ctx) out_of_memory();
@@ -157,7 +183,12 @@ APUTIL_API RSA_Bignum RSA_modinv(RSA_Bignum a, RSA_Bignum m) {
 }
 
 APUTIL_API void RSA_SHA_Simple(const void *data, int len, uint8_t out[20]) {
-  SHA1(static_cast<const unsigned char *>(data), len > 0 ? static_cast<size_t>(len) : 0, out);
+  // The low-level calls on a stack context: the one-shot SHA1() looks the
+  // algorithm up in the provider table on every call.
+  SHA_CTX ctx;
+  SHA1_Init(&ctx);
+  if (len > 0) SHA1_Update(&ctx, data, static_cast<size_t>(len));
+  SHA1_Final(out, &ctx);
 }
 
 APUTIL_API void RSA_SHA512_Init(RSA_SHA512_State *s) { SHA512_Init(reinterpret_cast<SHA512_CTX *>(s)); }
@@ -201,7 +232,7 @@ APUTIL_API int rsaVerifySign(const uint8_t *blob, uint32_t, const uint8_t *data,
   BIGNUM *e = BN_new(), *m = BN_new();
   if (!n || !s || !e || !m || !BN_set_word(e, exponent)) out_of_memory();
   int valid = 0;
-  if (!BN_is_zero(n) && BN_mod_exp(m, s, e, n, ctx)) {
+  if (!BN_is_zero(n) && mod_exp(m, s, e, n, w->modulus, nbytes, ctx)) {
     const int k = (BN_num_bits(n) + 7) / 8;
     const int mlen = BN_num_bytes(m);  // m < n, so mlen <= k <= 256
     BN_bn2bin(m, w->m);

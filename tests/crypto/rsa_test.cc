@@ -86,6 +86,24 @@ TEST(Rsa, VerifiesAndRejects) {
   EXPECT_EQ(verify(zero_modulus, "x", key.sign("x")), 0);
 }
 
+TEST(Rsa, AlternatingKeysOfOneLength) {
+  // Same length, different moduli: a result must never come from the key
+  // verified just before.
+  const Key a(1024), b(1024);
+  const std::string msg = "config";
+  const Bytes sa = a.sign(msg), sb = b.sign(msg);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(verify(a.blob, msg, sa), 1);
+    EXPECT_EQ(verify(b.blob, msg, sa), 0);
+    EXPECT_EQ(verify(b.blob, msg, sb), 1);
+    EXPECT_EQ(verify(a.blob, msg, sb), 0);
+  }
+  Bytes even = a.blob;  // an even modulus takes the plain exponentiation
+  even[20] &= 0xFE;
+  EXPECT_EQ(verify(even, msg, sa), 0);
+  EXPECT_EQ(verify(a.blob, msg, sa), 1);
+}
+
 TEST(Rsa, Base64Blob) {
   const Key key(1024);
   const std::string msg = "config";
