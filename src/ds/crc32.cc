@@ -79,15 +79,13 @@ APUTIL_CLMUL inline __m128i fold(__m128i acc, __m128i k, __m128i next) {
   return _mm_xor_si128(_mm_xor_si128(_mm_clmulepi64_si128(acc, k, 0x11), _mm_clmulepi64_si128(acc, k, 0x00)), next);
 }
 
-APUTIL_CLMUL uint32_t crc32_fold(uint32_t crc, const uint8_t *p, size_t n) {
-  if (n < 64) return crc32_slice8(crc, p, n);
+// Folds 512 bits of state (four lanes, the first 64 input bytes or what a
+// wider loop left) over the rest of the n bytes at p, then reduces.
+APUTIL_CLMUL uint32_t fold_lanes(const __m128i lanes[4], const uint8_t *p, size_t n) {
   const size_t tail = n & 15;
   n -= tail;
-  __m128i x1 = _mm_xor_si128(load(p), _mm_cvtsi32_si128(static_cast<int>(crc)));
-  __m128i x2 = load(p + 16), x3 = load(p + 32), x4 = load(p + 48);
+  __m128i x1 = lanes[0], x2 = lanes[1], x3 = lanes[2], x4 = lanes[3];
   __m128i k = _mm_load_si128(reinterpret_cast<const __m128i *>(kK1K2));
-  p += 64;
-  n -= 64;
   for (; n >= 64; n -= 64, p += 64) {  // four 128-bit lanes, 512 bits per step
     x1 = fold(x1, k, load(p));
     x2 = fold(x2, k, load(p + 16));
@@ -107,13 +105,53 @@ APUTIL_CLMUL uint32_t crc32_fold(uint32_t crc, const uint8_t *p, size_t n) {
   k = _mm_load_si128(reinterpret_cast<const __m128i *>(kPoly));
   x2 = _mm_clmulepi64_si128(_mm_and_si128(x1, mask), k, 0x10);
   x2 = _mm_clmulepi64_si128(_mm_and_si128(x2, mask), k, 0x00);
-  crc = static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(x1, x2), 1));
+  const uint32_t crc = static_cast<uint32_t>(_mm_extract_epi32(_mm_xor_si128(x1, x2), 1));
   return crc32_slice8(crc, p, tail);
+}
+
+APUTIL_CLMUL uint32_t crc32_fold(uint32_t crc, const uint8_t *p, size_t n) {
+  if (n < 64) return crc32_slice8(crc, p, n);
+  const __m128i lanes[4] = {_mm_xor_si128(load(p), _mm_cvtsi32_si128(static_cast<int>(crc))), load(p + 16),
+                            load(p + 32), load(p + 48)};
+  return fold_lanes(lanes, p + 64, n - 64);
+}
+
+// AVX-512 with VPCLMULQDQ: four 512-bit lanes, 256 bytes per step, then
+// the lanes folded into one and handed to the 128-bit code.
+#define APUTIL_VCLMUL __attribute__((target("avx512f,avx512vl,vpclmulqdq,pclmul,sse4.1")))
+APUTIL_VCLMUL inline __m512i fold512(__m512i acc, __m512i k, __m512i next) {
+  return _mm512_ternarylogic_epi64(_mm512_clmulepi64_epi128(acc, k, 0x00), _mm512_clmulepi64_epi128(acc, k, 0x11),
+                                   next, 0x96);  // three-way xor
+}
+
+APUTIL_VCLMUL uint32_t crc32_fold512(uint32_t crc, const uint8_t *p, size_t n) {
+  if (n < 256) return crc32_fold(crc, p, n);
+  // x^(2048+32), x^(2048-32) mod P for the 2048-bit step; the 512-bit pair
+  // for joining the lanes.
+  const __m512i k2048 = _mm512_set_epi64(0x1322d1430, 0x11542778a, 0x1322d1430, 0x11542778a, 0x1322d1430,
+                                         0x11542778a, 0x1322d1430, 0x11542778a);
+  const __m512i k512 = _mm512_set_epi64(kK1K2[1], kK1K2[0], kK1K2[1], kK1K2[0], kK1K2[1], kK1K2[0], kK1K2[1], kK1K2[0]);
+  __m512i a = _mm512_xor_si512(_mm512_loadu_si512(p), _mm512_zextsi128_si512(_mm_cvtsi32_si128(static_cast<int>(crc))));
+  __m512i b = _mm512_loadu_si512(p + 64), c = _mm512_loadu_si512(p + 128), d = _mm512_loadu_si512(p + 192);
+  p += 256;
+  n -= 256;
+  for (; n >= 256; n -= 256, p += 256) {
+    a = fold512(a, k2048, _mm512_loadu_si512(p));
+    b = fold512(b, k2048, _mm512_loadu_si512(p + 64));
+    c = fold512(c, k2048, _mm512_loadu_si512(p + 128));
+    d = fold512(d, k2048, _mm512_loadu_si512(p + 192));
+  }
+  a = fold512(fold512(fold512(a, k512, b), k512, c), k512, d);
+  __m128i lanes[4];
+  _mm512_storeu_si512(lanes, a);
+  _mm256_zeroupper();  // no dirty upper state into the SSE code
+  return fold_lanes(lanes, p, n);
 }
 #endif
 
 Crc32Fn select() {
   if (Crc32Fn arm = crc32_armv8()) return arm;
+  if (Crc32Fn wide = crc32_vclmul()) return wide;
   if (Crc32Fn clmul = crc32_clmul()) return clmul;
   return crc32_slice8;
 }
@@ -143,6 +181,20 @@ Crc32Fn crc32_clmul() {
 #if defined(__x86_64__)
   unsigned a, b, c, d;
   if (__get_cpuid(1, &a, &b, &c, &d) && (c & bit_PCLMUL) && (c & bit_SSE4_1)) return crc32_fold;
+#endif
+  return nullptr;
+}
+
+Crc32Fn crc32_vclmul() {
+#if defined(__x86_64__)
+  unsigned a, b, c, d;
+  if (!__get_cpuid(1, &a, &b, &c, &d) || !(c & bit_OSXSAVE) || !(c & bit_PCLMUL) || !(c & bit_SSE4_1)) return nullptr;
+  if (!__get_cpuid_count(7, 0, &a, &b, &c, &d) || !(b & bit_AVX512F) || !(b & bit_AVX512VL) || !(c & bit_VPCLMULQDQ))
+    return nullptr;
+  uint32_t xlo, xhi;
+  __asm__("xgetbv" : "=a"(xlo), "=d"(xhi) : "c"(0));
+  if ((xlo & 0xE6) != 0xE6) return nullptr;  // the OS saves SSE, AVX and AVX-512 state
+  return crc32_fold512;
 #endif
   return nullptr;
 }

@@ -18,4 +18,8 @@ Crc32Fn crc32_armv8();
 // CPU or build lacks them. Short inputs and tails go through slicing.
 Crc32Fn crc32_clmul();
 
+// The same folding 256 bytes a step with AVX-512 and VPCLMULQDQ; nullptr
+// where the CPU, the OS or the build lacks them.
+Crc32Fn crc32_vclmul();
+
 }  // namespace aputil::ds

@@ -91,8 +91,9 @@ TEST(Crc32, EveryImplementationAgrees) {
   std::vector<std::pair<const char *, aputil::ds::Crc32Fn>> impls = {{"slice8", aputil::ds::crc32_slice8}};
   if (aputil::ds::Crc32Fn arm = aputil::ds::crc32_armv8()) impls.push_back({"armv8", arm});
   if (aputil::ds::Crc32Fn clmul = aputil::ds::crc32_clmul()) impls.push_back({"clmul", clmul});
+  if (aputil::ds::Crc32Fn wide = aputil::ds::crc32_vclmul()) impls.push_back({"vclmul", wide});
   for (const auto &[name, fn] : impls) {
-    for (size_t len : {0, 1, 3, 4, 7, 8, 9, 15, 16, 17, 63, 64, 65, 79, 80, 127, 128, 143, 1000, 2999}) {
+    for (size_t len : {0, 1, 3, 4, 7, 8, 9, 15, 16, 17, 63, 64, 65, 79, 80, 127, 128, 143, 255, 256, 271, 319, 511, 512, 1000, 2999}) {
       for (size_t off : {0, 1, 3}) {
         const uint32_t want = static_cast<uint32_t>(crc32(0, data.data() + off, static_cast<uInt>(len)));
         EXPECT_EQ(~fn(0xFFFFFFFFu, data.data() + off, len), want) << name << " " << off << "+" << len;
