@@ -21,6 +21,39 @@ struct DecodeTable {
 };
 constexpr DecodeTable kDecode;
 
+// Whole-group tables. Encoding: two characters for each 12-bit half of a
+// group. Decoding: each position's contribution to the three output bytes,
+// OR-ed together exactly as the per-character shifts would (characters
+// outside the alphabet keep their value 255 and so their bits), with bit 31
+// marking a byte above 127.
+struct GroupTables {
+  uint16_t enc[4096];
+  uint32_t dec[4][256];
+  constexpr GroupTables() : enc(), dec() {
+    for (int i = 0; i < 4096; ++i) {
+      const unsigned first = static_cast<unsigned char>(kAlphabet[i >> 6]);
+      const unsigned second = static_cast<unsigned char>(kAlphabet[i & 63]);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+      enc[i] = static_cast<uint16_t>(first << 8 | second);
+#else
+      enc[i] = static_cast<uint16_t>(first | second << 8);
+#endif
+    }
+    for (uint32_t c = 0; c < 256; ++c) {
+      if (c >= 128) {
+        for (auto &t : dec) t[c] = 0x80000000u;
+        continue;
+      }
+      const uint32_t v = kDecode.v[c];
+      dec[0][c] = (v << 2) & 0xFF;
+      dec[1][c] = (v >> 4) | ((v << 4) & 0xFF) << 8;
+      dec[2][c] = (v >> 2) << 8 | ((v << 6) & 0xFF) << 16;
+      dec[3][c] = v << 16;
+    }
+  }
+};
+constexpr GroupTables kGroup;
+
 bool blank(char c) { return c == ' ' || (c >= 9 && c <= 13); }
 
 }  // namespace
@@ -37,10 +70,9 @@ APUTIL_API int b64_encode(char *dst, int dstlen, const uint8_t *src, int n) {
   int i = 0;
   for (; i + 3 <= n; i += 3, out += 4) {
     const uint32_t g = static_cast<uint32_t>(src[i]) << 16 | static_cast<uint32_t>(src[i + 1]) << 8 | src[i + 2];
-    out[0] = kAlphabet[g >> 18];
-    out[1] = kAlphabet[(g >> 12) & 63];
-    out[2] = kAlphabet[(g >> 6) & 63];
-    out[3] = kAlphabet[g & 63];
+    const uint16_t hi = kGroup.enc[g >> 12], lo = kGroup.enc[g & 4095];
+    std::memcpy(out, &hi, 2);  // the table holds the characters in memory order
+    std::memcpy(out + 2, &lo, 2);
   }
   if (n - i == 1) {
     out[0] = kAlphabet[src[i] >> 2];
@@ -69,13 +101,13 @@ APUTIL_API int b64_decode(uint8_t *dst, int dstlen, const char *src, int n) {
   uint8_t *out = dst;
   for (size_t i = 0; i < len; i += 4) {
     const auto *c = reinterpret_cast<const unsigned char *>(src + i);
-    if ((c[0] | c[1] | c[2] | c[3]) & 0x80) return -1;
-    const uint32_t v0 = kDecode.v[c[0]], v1 = kDecode.v[c[1]], v2 = kDecode.v[c[2]], v3 = kDecode.v[c[3]];
-    *out++ = static_cast<uint8_t>(v0 << 2 | v1 >> 4);
+    const uint32_t w = kGroup.dec[0][c[0]] | kGroup.dec[1][c[1]] | kGroup.dec[2][c[2]] | kGroup.dec[3][c[3]];
+    if (w & 0x80000000u) return -1;
+    *out++ = static_cast<uint8_t>(w);
     if (c[2] == '=' && c[3] == '=') break;  // one byte, and the end
-    *out++ = static_cast<uint8_t>(v1 << 4 | v2 >> 2);
+    *out++ = static_cast<uint8_t>(w >> 8);
     if (c[3] == '=') break;  // two bytes, and the end
-    *out++ = static_cast<uint8_t>(v2 << 6 | v3);
+    *out++ = static_cast<uint8_t>(w >> 16);
   }
   return static_cast<int>(out - dst);
 }

@@ -69,6 +69,46 @@ TEST(Base64, DecodingRules) {
   EXPECT_EQ(dec("TWFuTQ==", nullptr, 64, 4), 3);  // explicit length
 }
 
+// Per-character coding, one character at a time, as the behaviour is
+// defined: the whole-group tables must give the same bytes for every input,
+// including characters outside the alphabet.
+TEST(Base64, WholeGroupsMatchPerCharacterCoding) {
+  static const char kAlpha[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  uint8_t value[128];
+  std::memset(value, 255, sizeof value);
+  for (int i = 0; i < 64; ++i) value[static_cast<int>(kAlpha[i])] = static_cast<uint8_t>(i);
+  std::mt19937 rng(7);
+  for (int round = 0; round < 20000; ++round) {
+    char text[5] = {};
+    for (int k = 0; k < 4; ++k) text[k] = static_cast<char>(1 + rng() % 127);  // no NUL, no byte above 127
+    if (text[0] == ' ' || (text[0] >= 9 && text[0] <= 13)) text[0] = 'A';  // no blanks at the ends
+    if (text[3] == ' ' || (text[3] >= 9 && text[3] <= 13)) text[3] = 'A';
+    const uint32_t v0 = value[static_cast<int>(text[0])], v1 = value[static_cast<int>(text[1])];
+    const uint32_t v2 = value[static_cast<int>(text[2])], v3 = value[static_cast<int>(text[3])];
+    std::string want(1, static_cast<char>(v0 << 2 | v1 >> 4));
+    if (!(text[2] == '=' && text[3] == '=')) want += static_cast<char>(v1 << 4 | v2 >> 2);
+    if (text[3] != '=') want += static_cast<char>(v2 << 6 | v3);
+    std::string got;
+    ASSERT_EQ(dec(text, &got), static_cast<int>(want.size())) << text;
+    ASSERT_EQ(got, want) << text;
+  }
+  std::vector<uint8_t> bytes(300);
+  for (auto &b : bytes) b = static_cast<uint8_t>(rng());
+  for (size_t n : {0, 1, 2, 3, 4, 5, 6, 299, 300}) {
+    std::string want;
+    for (size_t i = 0; i < n; i += 3) {
+      const uint32_t g = bytes[i] << 16 | (i + 1 < n ? bytes[i + 1] << 8 : 0) | (i + 2 < n ? bytes[i + 2] : 0);
+      want += kAlpha[g >> 18];
+      want += kAlpha[(g >> 12) & 63];
+      want += i + 1 < n ? kAlpha[(g >> 6) & 63] : '=';
+      want += i + 2 < n ? kAlpha[g & 63] : '=';
+    }
+    std::vector<char> out(512);
+    ASSERT_EQ(b64_encode(out.data(), 512, bytes.data(), static_cast<int>(n)), static_cast<int>(want.size()));
+    EXPECT_EQ(std::string(out.data()), want) << n;
+  }
+}
+
 TEST(Crc32, CheckValueAndAgreementWithZlib) {
   EXPECT_EQ(tmp_crc32("123456789", 9), 0xCBF43926u);
   EXPECT_EQ(tmp_crc32(nullptr, 9), 0u);
