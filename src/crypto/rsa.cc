@@ -6,6 +6,7 @@
 #include <openssl/bn.h>
 #include <openssl/sha.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -41,30 +42,36 @@ RSA_Bignum from_bn(const BIGNUM *bn) {
   return r;
 }
 
-// The Montgomery context of the last odd modulus verified against, one per
-// thread: a daemon checks many signatures under the same key, and setting
-// the context up costs about as much as the exponentiation itself. A thread
-// that ends keeps its entry (a few hundred bytes) until the process exits.
+// The Montgomery context of the last odd modulus verified against: a daemon
+// checks many signatures under the same key, and setting the context up
+// costs about as much as the exponentiation itself. One process-wide entry;
+// a call that finds it taken by another thread computes without it.
 struct MontCache {
   BN_MONT_CTX *mont;
   uint32_t nbytes;
   uint8_t modulus[256];
 };
-thread_local MontCache t_mont;
+MontCache g_mont;
+std::atomic_flag g_mont_busy = ATOMIC_FLAG_INIT;
 
 // m = s^e mod n, through the cached Montgomery context when n is odd.
 bool mod_exp(BIGNUM *m, const BIGNUM *s, const BIGNUM *e, const BIGNUM *n, const uint8_t *modulus, uint32_t nbytes,
              BN_CTX *ctx) {
-  if (!BN_is_odd(n)) return BN_mod_exp(m, s, e, n, ctx) != 0;
-  MontCache &c = t_mont;
+  if (!BN_is_odd(n) || g_mont_busy.test_and_set(std::memory_order_acquire)) return BN_mod_exp(m, s, e, n, ctx) != 0;
+  MontCache &c = g_mont;
+  bool ok = true;
   if (!c.mont || c.nbytes != nbytes || std::memcmp(c.modulus, modulus, nbytes) != 0) {
     if (!c.mont && !(c.mont = BN_MONT_CTX_new())) out_of_memory();
     c.nbytes = 0;  // invalid until set up
-    if (!BN_MONT_CTX_set(c.mont, n, ctx)) return false;
-    std::memcpy(c.modulus, modulus, nbytes);
-    c.nbytes = nbytes;
+    ok = BN_MONT_CTX_set(c.mont, n, ctx) != 0;
+    if (ok) {
+      std::memcpy(c.modulus, modulus, nbytes);
+      c.nbytes = nbytes;
+    }
   }
-  return BN_mod_exp_mont(m, s, e, n, ctx, c.mont) != 0;
+  ok = ok && BN_mod_exp_mont(m, s, e, n, ctx, c.mont) != 0;
+  g_mont_busy.clear(std::memory_order_release);
+  return ok;
 }
 
 BN_CTX *context() {
