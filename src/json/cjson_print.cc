@@ -3,6 +3,7 @@
 // One walker runs twice over the tree: first into a counter to learn the
 // exact length, then into the single buffer taken from the malloc hook.
 #include <cfloat>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -35,15 +36,21 @@ struct Writer {
 // digits), returning its length.
 size_t format_number(const cJSON *item, char *buf, size_t size) {
   const double d = item->valuedouble;
-  int n;
+  auto digits = [&](auto v) { return static_cast<size_t>(std::to_chars(buf, buf + size, v).ptr - buf); };
   if (std::fabs(static_cast<double>(item->valueint) - d) <= DBL_EPSILON && d <= INT_MAX && d >= INT_MIN)
-    n = std::snprintf(buf, size, "%d", item->valueint);
-  else if (std::fabs(std::floor(d) - d) <= DBL_EPSILON)
+    return digits(item->valueint);  // as "%d"
+  int n;
+  if (std::fabs(std::floor(d) - d) <= DBL_EPSILON) {
+    // Below 2^63 such a value is a whole number (or within DBL_EPSILON above
+    // one, which "%.0f" rounds away as truncation does), so its integer
+    // digits are exactly what "%.0f" prints.
+    if (std::fabs(d) < 9.2e18) return digits(static_cast<long long>(d));
     n = std::snprintf(buf, size, "%.0f", d);
-  else if (std::fabs(d) < 1.0e-6 || std::fabs(d) > 1.0e9)
+  } else if (std::fabs(d) < 1.0e-6 || std::fabs(d) > 1.0e9) {
     n = std::snprintf(buf, size, "%e", d);
-  else
+  } else {
     n = std::snprintf(buf, size, "%f", d);
+  }
   return n > 0 ? static_cast<size_t>(n) : 0;
 }
 

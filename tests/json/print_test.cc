@@ -1,4 +1,5 @@
 #include <cfloat>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -35,6 +36,16 @@ TEST(JsonPrint, NumberRules) {
   EXPECT_EQ(number(-3e9), "-3000000000");
   EXPECT_EQ(number(1e15), "1000000000000000");
   EXPECT_EQ(number(18446744073709551615.0), "18446744073709551616");
+  // Whole values of every magnitude up to the 64-bit edge and past it, as
+  // the C library's "%.0f" prints them.
+  for (double d : {4294967296.0, 9007199254740992.0, 9007199254740993.0, 4611686018427387904.0, 9.2e18,
+                   9.2e18 - 2048, 9223372036854775808.0, 1e19, 1e300}) {
+    for (double v : {d, -d}) {
+      char want[400];
+      std::snprintf(want, sizeof want, "%.0f", v);
+      EXPECT_EQ(number(v), want) << want;
+    }
+  }
   // Fractions beyond 1e9 or below 1e-6 in magnitude: "%e".
   EXPECT_EQ(number(1000000000.5), "1.000000e+09");
   EXPECT_EQ(number(1e-7), "1.000000e-07");
