@@ -31,6 +31,9 @@ int resize(hash_table_t *t, bool grow) {
   return 0;
 }
 
+// The next slot, wrapping at the end (no division on the probe path).
+inline uint32_t next(const hash_table_t *t, uint32_t i) { return i + 1 == t->size ? 0 : i + 1; }
+
 uint32_t wang_mix(uint32_t h) {
   h += ~(h << 15);
   h ^= h >> 10;
@@ -72,7 +75,7 @@ APUTIL_API void hash_delete(hash_table_t *t) {
 APUTIL_API int hash_add(hash_table_t *t, void *elem) {
   if ((t->count * 100 + 100) / t->size > 25 && resize(t, true) != 0) return -1;
   if (t->count >= t->size / 2) return -1;
-  for (uint32_t i = t->elemHash(elem) % t->size;; i = (i + 1) % t->size) {
+  for (uint32_t i = t->elemHash(elem) % t->size;; i = next(t, i)) {
     if (!t->slots[i]) {
       t->slots[i] = elem;
       ++t->count;
@@ -86,7 +89,7 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
   uint32_t i = t->elemHash(elem) % t->size;
   while (t->slots[i] != elem) {
     if (!t->slots[i]) return -1;
-    i = (i + 1) % t->size;
+    i = next(t, i);
   }
   t->slots[i] = nullptr;
   --t->count;
@@ -97,14 +100,14 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
   // half the table).
   const uint32_t half = t->size / 2;
   for (uint32_t j = i;;) {
-    j = (j + 1) % t->size;
+    j = next(t, j);
     if (!t->slots[j]) return 0;
     uint32_t home = t->elemHash(t->slots[j]) % t->size;
     uint32_t hole = i;
     const int32_t d = static_cast<int32_t>(home - hole);
     if (static_cast<uint32_t>(d < 0 ? -d : d) > half) {
-      home = (home + half) % t->size;
-      hole = (hole + half) % t->size;
+      home = home + half >= t->size ? home + half - t->size : home + half;  // both below size
+      hole = hole + half >= t->size ? hole + half - t->size : hole + half;
     }
     if (home > hole) continue;
     t->slots[i] = t->slots[j];
@@ -114,7 +117,7 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
 }
 
 APUTIL_API void *hash_get(hash_table_t *t, const void *key) {
-  for (uint32_t i = t->keyHash(key) % t->size; t->slots[i]; i = (i + 1) % t->size)
+  for (uint32_t i = t->keyHash(key) % t->size; t->slots[i]; i = next(t, i))
     if (t->keyMatch(t->slots[i], key)) return t->slots[i];
   return nullptr;
 }
