@@ -38,6 +38,52 @@ class ArenaAllocator {
   size_t size_;
 };
 
+// The common short numbers without strtod: at most 15 significant digits
+// (exact in a double) scaled by at most 10^22 (also exact), so the one
+// multiplication or division rounds correctly, as strtod would. The text is
+// a JSON number the reader has already checked. Returns false to leave the
+// rest to strtod.
+bool exact_short_number(const char *s, size_t len, double *out) {
+  static constexpr double kPow10[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                      1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+  const char *p = s, *end = s + len;
+  const bool negative = *p == '-';
+  if (negative) ++p;
+  uint64_t mantissa = 0;
+  int digits = 0, scale = 0;
+  for (; p < end && *p >= '0' && *p <= '9'; ++p) {
+    if (mantissa == 0 && *p == '0') continue;  // leading zeros carry nothing
+    if (++digits > 15) return false;
+    mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+  }
+  if (p < end && *p == '.') {
+    for (++p; p < end && *p >= '0' && *p <= '9'; ++p) {
+      --scale;
+      if (mantissa == 0 && *p == '0') continue;
+      if (++digits > 15) return false;
+      mantissa = mantissa * 10 + static_cast<uint64_t>(*p - '0');
+    }
+  }
+  if (p < end) {  // an exponent: 'e' or 'E', a sign, digits
+    ++p;
+    const bool minus = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
+    int e = 0;
+    for (; p < end; ++p) {
+      if (e > 1000) return false;
+      e = e * 10 + (*p - '0');
+    }
+    scale += minus ? -e : e;
+  }
+  double d = static_cast<double>(mantissa);
+  if (mantissa != 0) {
+    if (scale < -22 || scale > 22) return false;
+    d = scale < 0 ? d / kPow10[-scale] : d * kPow10[scale];
+  }
+  *out = negative ? -d : d;
+  return true;
+}
+
 // Builds the tree while the reader walks the text. An open array or object
 // is always the last item of its parent, so its next pointer is free to
 // hold the parent until the container closes.
@@ -69,6 +115,8 @@ class TreeBuilder {
   // here, correctly rounded and whatever the process's locale. A value too
   // large for a double is refused; one too small becomes 0.
   bool RawNumber(const char *s, rapidjson::SizeType len, bool) {
+    double fast;
+    if (exact_short_number(s, len, &fast)) return Number(fast);
     static const locale_t c_locale = newlocale(LC_NUMERIC_MASK, "C", static_cast<locale_t>(nullptr));
     char *end = nullptr;
     const double d = c_locale ? strtod_l(s, &end, c_locale) : strtod(s, &end);

@@ -1,6 +1,9 @@
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -93,6 +96,33 @@ TEST(JsonParse, NumberEdges) {
   free(once);
   free(twice);
   free(thrice);
+}
+
+// Every number must come out as the C library's strtod reads it, to the
+// bit, whether it takes the short exact path or not.
+TEST(JsonParse, NumbersMatchStrtodToTheBit) {
+  std::mt19937_64 rng(11);
+  std::vector<std::string> texts = {"0", "-0", "-0.0", "0e150", "1e22", "1e23", "123456789012345",
+                                    "1234567890123456", "9007199254740993", "0.1", "0.3", "1.7976931348623157e308",
+                                    "4.9e-324", "2.2250738585072014e-308", "123456789012345e-22",
+                                    "123456789012345e-23", "0.000000000000000000001", "5e-324", "1E+2", "1e-0"};
+  for (int i = 0; i < 20000; ++i) {
+    std::string digits = std::to_string(rng() % 100000000000000000ull);  // up to 17 digits
+    digits.resize(1 + rng() % digits.size());
+    const size_t dot = rng() % (digits.size() + 1);
+    std::string t = (rng() & 1 ? "-" : "") + digits.substr(0, dot);
+    if (dot == 0) t += "0";
+    if (dot < digits.size()) t += "." + digits.substr(dot);
+    if (rng() % 3 == 0) t += "e" + std::to_string(static_cast<int>(rng() % 61) - 30);
+    texts.push_back(t);
+  }
+  for (const std::string &t : texts) {
+    cJSON *n = cJSON_Parse(t.c_str());
+    ASSERT_NE(n, nullptr) << t;
+    const double want = std::strtod(t.c_str(), nullptr);
+    EXPECT_EQ(std::memcmp(&n->valuedouble, &want, sizeof want), 0) << t << " " << n->valuedouble << " " << want;
+    cJSON_Delete(n);
+  }
 }
 
 TEST(JsonParse, StringEscapesAndUnicode) {
