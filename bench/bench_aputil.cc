@@ -236,48 +236,80 @@ std::vector<uint64_t> &keys(size_t n) {
   return k;
 }
 
-void hash_get_ours(benchmark::State &s) {
+// Successful and failed look-ups: keys [0, n) are in the table, [n, 2n) not.
+void hash_get_ours(benchmark::State &s, bool hit) {
   const size_t n = static_cast<size_t>(s.range(0));
   std::vector<uint64_t> &k = keys(n);
   hash_table_t *t = hash_new(key_hash, key_hash, key_match);
   for (size_t i = 0; i < n; ++i) hash_add(t, &k[i]);
+  const size_t base = hit ? 0 : n;
   size_t i = 0;
-  for (auto _ : s) benchmark::DoNotOptimize(hash_get(t, &k[i++ % (2 * n)]));  // half hit, half miss
+  for (auto _ : s) {
+    benchmark::DoNotOptimize(hash_get(t, &k[base + i]));
+    if (++i == n) i = 0;
+  }
   hash_delete(t);
 }
-void hash_get_peer(benchmark::State &s) {
+void hash_get_peer(benchmark::State &s, bool hit) {
   const size_t n = static_cast<size_t>(s.range(0));
   std::vector<uint64_t> &k = keys(n);
   PeerSet set;
   for (size_t i = 0; i < n; ++i) set.insert(&k[i]);
+  const size_t base = hit ? 0 : n;
   size_t i = 0;
-  for (auto _ : s) benchmark::DoNotOptimize(set.find(&k[i++ % (2 * n)]));
+  for (auto _ : s) {
+    benchmark::DoNotOptimize(set.find(&k[base + i]));
+    if (++i == n) i = 0;
+  }
 }
-void hash_churn_ours(benchmark::State &s) {  // insert then remove every key
+// Insert all n keys into an empty table, or remove all n from a full one;
+// only that half is timed.
+void hash_fill_ours(benchmark::State &s, bool insert) {
   const size_t n = static_cast<size_t>(s.range(0));
   std::vector<uint64_t> &k = keys(n);
-  hash_table_t *t = hash_new(key_hash, key_hash, key_match);
   for (auto _ : s) {
-    for (size_t i = 0; i < n; ++i) hash_add(t, &k[i]);
-    for (size_t i = 0; i < n; ++i) hash_remove(t, &k[i]);
+    s.PauseTiming();
+    hash_table_t *t = hash_new(key_hash, key_hash, key_match);
+    if (!insert)
+      for (size_t i = 0; i < n; ++i) hash_add(t, &k[i]);
+    s.ResumeTiming();
+    if (insert)
+      for (size_t i = 0; i < n; ++i) hash_add(t, &k[i]);
+    else
+      for (size_t i = 0; i < n; ++i) hash_remove(t, &k[i]);
+    s.PauseTiming();
+    hash_delete(t);
+    s.ResumeTiming();
   }
-  hash_delete(t);
   s.SetItemsProcessed(static_cast<int64_t>(s.iterations() * n));
 }
-void hash_churn_peer(benchmark::State &s) {
+void hash_fill_peer(benchmark::State &s, bool insert) {
   const size_t n = static_cast<size_t>(s.range(0));
   std::vector<uint64_t> &k = keys(n);
-  PeerSet set;
   for (auto _ : s) {
-    for (size_t i = 0; i < n; ++i) set.insert(&k[i]);
-    for (size_t i = 0; i < n; ++i) set.erase(&k[i]);
+    s.PauseTiming();
+    auto *set = new PeerSet;
+    if (!insert)
+      for (size_t i = 0; i < n; ++i) set->insert(&k[i]);
+    s.ResumeTiming();
+    if (insert)
+      for (size_t i = 0; i < n; ++i) set->insert(&k[i]);
+    else
+      for (size_t i = 0; i < n; ++i) set->erase(&k[i]);
+    s.PauseTiming();
+    delete set;
+    s.ResumeTiming();
   }
   s.SetItemsProcessed(static_cast<int64_t>(s.iterations() * n));
 }
-BENCHMARK(hash_get_ours)->Name("hash_get/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(hash_get_peer)->Name("hash_get/peer")->Arg(1000)->Arg(100000);
-BENCHMARK(hash_churn_ours)->Name("hash_insert_remove/ours")->Arg(1000)->Arg(100000);
-BENCHMARK(hash_churn_peer)->Name("hash_insert_remove/peer")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_get_ours, hit, true)->Name("hash_get_hit/ours")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_get_peer, hit, true)->Name("hash_get_hit/peer")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_get_ours, miss, false)->Name("hash_get_miss/ours")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_get_peer, miss, false)->Name("hash_get_miss/peer")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_fill_ours, insert, true)->Name("hash_insert/ours")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_fill_peer, insert, true)->Name("hash_insert/peer")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_fill_ours, remove, false)->Name("hash_remove/ours")->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(hash_fill_peer, remove, false)->Name("hash_remove/peer")->Arg(1000)->Arg(100000);
 
 }  // namespace
 
