@@ -3,6 +3,11 @@
 
 #include <cstring>
 
+#if defined(__x86_64__)
+#include <cpuid.h>
+#include <immintrin.h>
+#endif
+
 // The C library's assertion report (also used by assert()): prints
 // "prog: file:line: function: Assertion `text' failed." and aborts.
 extern "C" [[noreturn]] void __assert_fail(const char *assertion, const char *file, unsigned int line,
@@ -54,6 +59,50 @@ struct GroupTables {
 };
 constexpr GroupTables kGroup;
 
+// Whole groups of 3 bytes into 4 characters, through the 12-bit table.
+// Returns how many input bytes it took (a multiple of 3).
+int encode_groups(char *out, const uint8_t *src, int n) {
+  int i = 0;
+  for (; i + 3 <= n; i += 3, out += 4) {
+    const uint32_t g = static_cast<uint32_t>(src[i]) << 16 | static_cast<uint32_t>(src[i + 1]) << 8 | src[i + 2];
+    const uint16_t hi = kGroup.enc[g >> 12], lo = kGroup.enc[g & 4095];
+    std::memcpy(out, &hi, 2);  // the table holds the characters in memory order
+    std::memcpy(out + 2, &lo, 2);
+  }
+  return i;
+}
+
+#if defined(__x86_64__)
+// SSSE3: 12 input bytes into 16 characters a step (reading 16), the
+// 6-bit fields split out by shuffle and multiply, then mapped to the
+// alphabet by range through one more shuffle.
+__attribute__((target("ssse3"))) int encode_groups_ssse3(char *out, const uint8_t *src, int n) {
+  const __m128i spread = _mm_set_epi8(10, 11, 9, 10, 7, 8, 6, 7, 4, 5, 3, 4, 1, 2, 0, 1);
+  const __m128i offsets = _mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                                        '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
+  int i = 0;
+  for (; i + 16 <= n; i += 12, out += 16) {
+    const __m128i in = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i *>(src + i)), spread);
+    const __m128i hi = _mm_mulhi_epu16(_mm_and_si128(in, _mm_set1_epi32(0x0fc0fc00)), _mm_set1_epi32(0x04000040));
+    const __m128i lo = _mm_mullo_epi16(_mm_and_si128(in, _mm_set1_epi32(0x003f03f0)), _mm_set1_epi32(0x01000010));
+    const __m128i idx = _mm_or_si128(hi, lo);  // one 6-bit value per byte
+    __m128i range = _mm_subs_epu8(idx, _mm_set1_epi8(51));  // 0 for letters, 1..12 for digits, '+', '/'
+    range = _mm_or_si128(range, _mm_and_si128(_mm_cmpgt_epi8(_mm_set1_epi8(26), idx), _mm_set1_epi8(13)));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_add_epi8(idx, _mm_shuffle_epi8(offsets, range)));
+  }
+  return i + encode_groups(out, src + i, n - i);
+}
+#endif
+
+using EncodeFn = int (*)(char *, const uint8_t *, int);
+EncodeFn pick_encoder() {
+#if defined(__x86_64__)
+  unsigned a, b, c, d;
+  if (__get_cpuid(1, &a, &b, &c, &d) && (c & bit_SSSE3)) return encode_groups_ssse3;
+#endif
+  return encode_groups;
+}
+
 bool blank(char c) { return c == ' ' || (c >= 9 && c <= 13); }
 
 }  // namespace
@@ -66,14 +115,9 @@ APUTIL_API int b64_encode(char *dst, int dstlen, const uint8_t *src, int n) {
   if (!src) return 0;
   const long long need = 4LL * ((static_cast<long long>(n) + 2) / 3);
   if (dstlen <= need) return -1;
-  char *out = dst;
-  int i = 0;
-  for (; i + 3 <= n; i += 3, out += 4) {
-    const uint32_t g = static_cast<uint32_t>(src[i]) << 16 | static_cast<uint32_t>(src[i + 1]) << 8 | src[i + 2];
-    const uint16_t hi = kGroup.enc[g >> 12], lo = kGroup.enc[g & 4095];
-    std::memcpy(out, &hi, 2);  // the table holds the characters in memory order
-    std::memcpy(out + 2, &lo, 2);
-  }
+  static const EncodeFn encode = pick_encoder();  // chosen once per process
+  const int i = encode(dst, src, n);
+  char *out = dst + i / 3 * 4;
   if (n - i == 1) {
     out[0] = kAlphabet[src[i] >> 2];
     out[1] = kAlphabet[(src[i] & 3) << 4];

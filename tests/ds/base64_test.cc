@@ -94,7 +94,8 @@ TEST(Base64, WholeGroupsMatchPerCharacterCoding) {
   }
   std::vector<uint8_t> bytes(300);
   for (auto &b : bytes) b = static_cast<uint8_t>(rng());
-  for (size_t n : {0, 1, 2, 3, 4, 5, 6, 299, 300}) {
+  for (int k = 0; k < 3; ++k) bytes[k] = static_cast<uint8_t>(k == 0 ? 0xFB : 0xFF);  // "+/" and "//"
+  for (size_t n : {0, 1, 2, 3, 4, 5, 6, 15, 16, 17, 27, 28, 29, 40, 41, 299, 300}) {
     std::string want;
     for (size_t i = 0; i < n; i += 3) {
       const uint32_t g = bytes[i] << 16 | (i + 1 < n ? bytes[i + 1] << 8 : 0) | (i + 2 < n ? bytes[i + 2] : 0);
