@@ -17,8 +17,11 @@ void send(int fd, uint16_t opcode, std::initializer_list<uint8_t> params) {
   ble_snd_cmd(fd, pkt, static_cast<uint8_t>(4 + params.size()));
 }
 
-// Command Complete reply.
-uint32_t command_complete(int fd, uint16_t opcode, std::initializer_list<uint8_t> params, uint8_t *reply) {
+// Command Complete reply; reply may be NULL when only the status matters.
+uint32_t command_complete(int fd, uint16_t opcode, std::initializer_list<uint8_t> params,
+                          uint8_t *reply = nullptr) {
+  uint8_t own[256];
+  if (!reply) reply = own;
   send(fd, opcode, params);
   const uint32_t rc = ble_rcv_cmd_hci_resp(fd, reply);
   return rc ? rc : ble_chk_resp(opcode, reply);
@@ -30,6 +33,12 @@ uint32_t vendor_event(int fd, uint16_t opcode, uint16_t event, std::initializer_
   send(fd, opcode, params);
   const uint32_t rc = ble_rcv_cmd_hci_resp(fd, reply);
   return rc ? rc : ble_chk_resp_ext(opcode, event, reply);
+}
+
+// Extended vendor command answered by its own event, status only.
+uint32_t ext_command(int fd, uint16_t opcode, std::initializer_list<uint8_t> params) {
+  uint8_t reply[256];
+  return vendor_event(fd, opcode, BLE_EVT_EXT(opcode), params, reply);
 }
 
 // Short vendor reply (6-byte header).
@@ -108,38 +117,32 @@ APUTIL_API uint32_t ble_snd_cmd_hci_get_macaddr(int fd, uint8_t *addr) {
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_set_max_dtm_txpower(int fd, uint8_t power) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_SET_MAX_DTM_TXPOWER;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {power}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_SET_MAX_DTM_TXPOWER, {power});
   if (rc) BLE_ERR(__func__, 246, "send tx power command error, return %d \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_tx_test(int fd, uint8_t channel, uint8_t length, uint8_t payload) {
-  uint8_t reply[256];
-  const uint32_t rc = command_complete(fd, BLE_OP_TX_TEST, {channel, length, payload}, reply);
+  const uint32_t rc = command_complete(fd, BLE_OP_TX_TEST, {channel, length, payload});
   if (rc) BLE_ERR(__func__, 264, "send tx test command error, return %d \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_rx_test(int fd, uint8_t channel) {
-  uint8_t reply[256];
-  const uint32_t rc = command_complete(fd, BLE_OP_RX_TEST, {channel}, reply);
+  const uint32_t rc = command_complete(fd, BLE_OP_RX_TEST, {channel});
   if (rc) BLE_ERR(__func__, 281, "send rx test command error, return %d \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_enhanced_tx_test(int fd, uint8_t channel, uint8_t length, uint8_t payload,
                                                      uint8_t phy) {
-  uint8_t reply[256];
-  const uint32_t rc = command_complete(fd, BLE_OP_ENHANCED_TX_TEST, {channel, length, payload, phy}, reply);
+  const uint32_t rc = command_complete(fd, BLE_OP_ENHANCED_TX_TEST, {channel, length, payload, phy});
   if (rc) BLE_ERR(__func__, 298, "send tx test command error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_enhanced_rx_test(int fd, uint8_t channel, uint8_t phy) {
-  uint8_t reply[256];
-  const uint32_t rc = command_complete(fd, BLE_OP_ENHANCED_RX_TEST, {channel, phy, 0}, reply);
+  const uint32_t rc = command_complete(fd, BLE_OP_ENHANCED_RX_TEST, {channel, phy, 0});
   if (rc) BLE_ERR(__func__, 315, "send rx test command error %d \n\r\n", rc);
   return rc;
 }
@@ -160,49 +163,37 @@ APUTIL_API uint32_t ble_snd_cmd_hci_end_test(int fd, uint16_t *count) {
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_set_txpower(int fd, uint8_t power) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_SET_TXPOWER;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {power}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_SET_TXPOWER, {power});
   if (rc) BLE_ERR(__func__, 356, "set tx power error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_tx_test(int fd, uint8_t channel, uint8_t mode) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_TX_TEST;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {mode, channel}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_TX_TEST, {mode, channel});
   if (rc) BLE_ERR(__func__, 374, "extended tx test command send error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_rx_test(int fd, uint8_t channel) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_RX_TEST;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {channel}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_RX_TEST, {channel});
   if (rc) BLE_ERR(__func__, 391, "extended rx test  command send error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_enhanced_tx_test(int fd, uint8_t channel, uint8_t phy, uint8_t mode) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_ENHANCED_TX_TEST;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {mode, phy, channel}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_ENHANCED_TX_TEST, {mode, phy, channel});
   if (rc) BLE_ERR(__func__, 408, "extended tx test  command send error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_enhanced_rx_test(int fd, uint8_t channel, uint8_t phy) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_ENHANCED_RX_TEST;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {phy, channel}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_ENHANCED_RX_TEST, {phy, channel});
   if (rc) BLE_ERR(__func__, 425, "extended rx test  command send error, return 0x%x \n\r\n", rc);
   return rc;
 }
 
 APUTIL_API uint32_t ble_snd_cmd_hci_ext_end_test(int fd) {
-  uint8_t reply[256];
-  const uint16_t op = BLE_OP_EXT_END_TEST;
-  const uint32_t rc = vendor_event(fd, op, BLE_EVT_EXT(op), {}, reply);
+  const uint32_t rc = ext_command(fd, BLE_OP_EXT_END_TEST, {});
   if (rc) BLE_ERR(__func__, 442, "extended test end command send error, return 0x%x \n\r\n", rc);
   return rc;
 }
