@@ -13,6 +13,23 @@ namespace {
 
 constexpr uint32_t kMinSize = 29;
 
+// Every size the table takes is 2^m - 3 (29, 61, 125, ...: grown as
+// 2 * size + 3). h % size is computed with a multiply by the precomputed
+// reciprocal of the size with the same leading-zero count, which is exact
+// for every 32-bit h; for any other size the result is still below size.
+struct Reciprocals {
+  uint64_t m[32] = {};
+  constexpr Reciprocals() {
+    for (int lz = 0; lz < 30; ++lz) m[lz] = UINT64_MAX / ((uint64_t{1} << (32 - lz)) - 3) + 1;
+  }
+};
+constexpr Reciprocals kRecip;
+
+inline uint32_t slot_of(uint32_t h, uint32_t size) {
+  const uint64_t low = kRecip.m[__builtin_clz(size | 1)] * h;
+  return static_cast<uint32_t>((static_cast<unsigned __int128>(low) * size) >> 64);
+}
+
 void **new_slots(uint32_t size) { return static_cast<void **>(std::calloc(size, sizeof(void *))); }
 
 // Rebuild at the next size up or down. Returns 0, or -1 (table untouched).
@@ -73,9 +90,10 @@ APUTIL_API void hash_delete(hash_table_t *t) {
 }
 
 APUTIL_API int hash_add(hash_table_t *t, void *elem) {
-  if ((t->count * 100 + 100) / t->size > 25 && resize(t, true) != 0) return -1;
+  // (count * 100 + 100) / size > 25, in 32-bit arithmetic, without dividing.
+  if (uint32_t{t->count * 100 + 100} >= uint64_t{t->size} * 26 && resize(t, true) != 0) return -1;
   if (t->count >= t->size / 2) return -1;
-  for (uint32_t i = t->elemHash(elem) % t->size;; i = next(t, i)) {
+  for (uint32_t i = slot_of(t->elemHash(elem), t->size);; i = next(t, i)) {
     if (!t->slots[i]) {
       t->slots[i] = elem;
       ++t->count;
@@ -86,14 +104,17 @@ APUTIL_API int hash_add(hash_table_t *t, void *elem) {
 }
 
 APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
-  uint32_t i = t->elemHash(elem) % t->size;
+  uint32_t i = slot_of(t->elemHash(elem), t->size);
   while (t->slots[i] != elem) {
     if (!t->slots[i]) return -1;
     i = next(t, i);
   }
   t->slots[i] = nullptr;
   --t->count;
-  if (t->autoShrink && t->size > kMinSize && (t->count * 100) / t->size <= 1 && resize(t, false) == 0) return 0;
+  // Shrink when (count * 100) / size is 0 or 1 (computed without dividing).
+  if (t->autoShrink && t->size > kMinSize && uint32_t{t->count * 100} < uint64_t{t->size} * 2 &&
+      resize(t, false) == 0)
+    return 0;
 
   // Backward shift: pull later members of the cluster into the hole unless
   // their home lies after it (compared across the wrap by rotating both by
@@ -102,7 +123,7 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
   for (uint32_t j = i;;) {
     j = next(t, j);
     if (!t->slots[j]) return 0;
-    uint32_t home = t->elemHash(t->slots[j]) % t->size;
+    uint32_t home = slot_of(t->elemHash(t->slots[j]), t->size);
     uint32_t hole = i;
     const int32_t d = static_cast<int32_t>(home - hole);
     if (static_cast<uint32_t>(d < 0 ? -d : d) > half) {
@@ -117,7 +138,7 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
 }
 
 APUTIL_API void *hash_get(hash_table_t *t, const void *key) {
-  for (uint32_t i = t->keyHash(key) % t->size; t->slots[i]; i = next(t, i))
+  for (uint32_t i = slot_of(t->keyHash(key), t->size); t->slots[i]; i = next(t, i))
     if (t->keyMatch(t->slots[i], key)) return t->slots[i];
   return nullptr;
 }

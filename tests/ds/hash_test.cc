@@ -88,6 +88,38 @@ TEST(Hash, RandomOperationsAgreeWithAReferenceSet) {
   }
 }
 
+// Every element sits at its home slot, elemHash % size, or later in an
+// unbroken run from it; checked with full 32-bit hashes at every size
+// the table passes through on the way to 16381 slots and back.
+TEST(Hash, ElementsSitInTheirProbeRuns) {
+  std::vector<uint32_t> v(4096);
+  std::mt19937 rng(11);
+  for (uint32_t &x : v) x = static_cast<uint32_t>(rng());
+  v[0] = 0xFFFFFFFFu, v[1] = 0xFFFFFFFEu, v[2] = 0x80000000u, v[3] = 0;
+  auto h = [](const void *e) { return *static_cast<const uint32_t *>(e); };
+  auto match = [](const void *e, const void *k) { return static_cast<int>(e == k); };
+  hash_table_t *t = hash_new(h, h, match);
+  auto check = [&] {
+    for (uint32_t i = 0; i < t->size; ++i) {
+      if (!t->slots[i]) continue;
+      for (uint32_t j = h(t->slots[i]) % t->size; j != i; j = (j + 1) % t->size)
+        ASSERT_NE(t->slots[j], nullptr) << "size " << t->size << " slot " << i;
+    }
+  };
+  for (size_t i = 0; i < v.size(); ++i) {
+    ASSERT_EQ(hash_add(t, &v[i]), 0);
+    if ((i & (i + 1)) == 0) check();  // 1, 3, 7, ... elements: each size once
+  }
+  EXPECT_EQ(t->size, 16381u);
+  check();
+  for (size_t i = 0; i < v.size(); ++i) {
+    ASSERT_EQ(hash_remove(t, &v[i]), 0);
+    if ((i & 255) == 0) check();
+  }
+  EXPECT_EQ(t->size, 29u);
+  hash_delete(t);
+}
+
 TEST(Hash, ByteStringHashValues) {
   EXPECT_EQ(hash_update("", 0, 77), 77u);
   EXPECT_EQ(hash_update("a", 1, 0), 0x62u);
