@@ -1,12 +1,16 @@
 // cJSON_Parse: a SAX reader feeds a builder that links the items directly.
 //
 // The reader runs iteratively (no recursion on the C stack). Its scratch
-// memory is one arena taken through the malloc hook before parsing: the
-// reader keeps two 32-bit words per open array or object plus the text of
-// one string or number at a time, so len + 1 + 8 * (depth + 2) bytes always
-// suffice and the reader never asks for more.
+// memory is one arena set up before parsing: the reader keeps two 32-bit
+// words per open array or object plus the text of one string or number at a
+// time, so len + 1 + 8 * (depth + 2) bytes always suffice and the reader
+// never asks for more. The depth is bounded by the number of '[' and '{' in
+// the text. Small arenas live on the C stack, larger ones in pages of their
+// own: a large request to the process allocator would make it consolidate
+// the small blocks that the items are carved from, on every parse.
 #include <locale.h>
 #include <stdlib.h>
+#include <sys/mman.h>
 
 #include <cmath>
 #include <cstring>
@@ -205,17 +209,39 @@ constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseSt
 
 using namespace aputil::json;
 
+namespace {
+
+// The number of '[' and '{' in the text: a bound on the nesting depth.
+size_t count_openers(const char *s, size_t len) {
+  size_t n = 0;
+  for (size_t i = 0; i < len; ++i) n += static_cast<size_t>((s[i] | 0x20) == '{');  // '[' | 0x20 == '{'
+  return n;
+}
+
+constexpr size_t kStackArena = 4096;
+
+}  // namespace
+
 extern "C" APUTIL_API cJSON *cJSON_Parse(const char *value) {
   set_error_ptr(nullptr);
   if (!value) return nullptr;
   const size_t len = std::strlen(value);
-  const size_t depth = len < CJSON_NESTING_LIMIT ? len : CJSON_NESTING_LIMIT;
   if (len > SIZE_MAX / 2) return nullptr;
+  const size_t openers = count_openers(value, len);
+  const size_t depth = openers < CJSON_NESTING_LIMIT ? openers : CJSON_NESTING_LIMIT;
   const size_t arena_size = len + 1 + 8 * (depth + 2);
-  char *arena = static_cast<char *>(hook_malloc(arena_size));
-  if (!arena) {
-    set_error_ptr(value);
-    return nullptr;
+
+  alignas(16) char local[kStackArena];
+  char *arena = local;
+  bool mapped = false;
+  if (arena_size > sizeof local) {
+    void *pages = mmap(nullptr, arena_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    mapped = pages != MAP_FAILED;
+    arena = mapped ? static_cast<char *>(pages) : static_cast<char *>(hook_malloc(arena_size));
+    if (!arena) {
+      set_error_ptr(value);
+      return nullptr;
+    }
   }
 
   cJSON *root = nullptr;
@@ -231,6 +257,9 @@ extern "C" APUTIL_API cJSON *cJSON_Parse(const char *value) {
     else
       set_error_ptr(value + result.Offset());
   }
-  hook_free(arena);
+  if (mapped)
+    munmap(arena, arena_size);
+  else if (arena != local)
+    hook_free(arena);
   return root;
 }

@@ -192,6 +192,26 @@ TEST(JsonParse, LongStringsAndManyMembers) {
   EXPECT_EQ(cJSON_GetObjectItem(o.root, "K2999")->valueint, 2999);
 }
 
+// The reader's scratch space is sized from the text (its length and its
+// number of '[' and '{'); texts around the size where it moves from the C
+// stack to pages of its own parse alike.
+TEST(JsonParse, ScratchSizesAroundTheStackLimit) {
+  for (size_t n = 3980; n < 4120; n += 3) {
+    std::string s(n, 'y');
+    Tree t(("[\"" + s + "\"]").c_str());
+    ASSERT_NE(t.root, nullptr) << n;
+    EXPECT_EQ(std::strlen(t.root->child->valuestring), n);
+  }
+  for (size_t depth = 200; depth < 300; depth += 5) {  // 8 bytes per open level
+    std::string text = std::string(depth, '[') + "\"" + std::string(2000, 'z') + "\"" + std::string(depth, ']');
+    Tree t(text.c_str());
+    ASSERT_NE(t.root, nullptr) << depth;
+    cJSON *leaf = t.root;
+    for (size_t d = 1; d < depth; ++d) leaf = leaf->child;
+    EXPECT_EQ(std::strlen(leaf->child->valuestring), 2000u);
+  }
+}
+
 TEST(JsonParse, EmbeddedNulInAStringEndsTheCString) {
   Tree t(R"(["a\u0000b"])");
   ASSERT_NE(t.root, nullptr);
