@@ -1,10 +1,13 @@
 // cJSON_Print / cJSON_PrintUnformatted.
 //
-// One walker runs twice over the tree: first into a counter to learn the
-// exact length, then into the single buffer taken from the malloc hook.
+// One walk over the tree writes the text into a 4 KiB buffer on the C stack
+// and, when that fills, into chunks from the malloc hook, each twice the
+// size of all before it; the result is then copied into one block of the
+// exact length from the malloc hook and the chunks are given back.
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -13,43 +16,190 @@
 namespace aputil::json {
 namespace {
 
-struct Counter {
-  size_t n = 0;
-  void put(char) { ++n; }
-  void put(const char *, size_t len) { n += len; }
-  void repeat(char, int count) { n += count > 0 ? static_cast<size_t>(count) : 0; }
-};
+class Writer {
+ public:
+  Writer() : p_(local_), end_(local_ + sizeof local_) {}
+  ~Writer() {
+    for (Chunk *c = chunks_; c;) {
+      Chunk *next = c->next;
+      hook_free(c);
+      c = next;
+    }
+  }
+  Writer(const Writer &) = delete;
+  Writer &operator=(const Writer &) = delete;
 
-struct Writer {
-  char *p;
-  void put(char c) { *p++ = c; }
+  void put(char c) {
+    if (p_ == end_ && !grow(1)) return;
+    *p_++ = c;
+  }
   void put(const char *s, size_t len) {
-    std::memcpy(p, s, len);
-    p += len;
+    if (len <= static_cast<size_t>(end_ - p_)) {
+      std::memcpy(p_, s, len);
+      p_ += len;
+    } else {
+      put_across(s, len);
+    }
   }
   void repeat(char c, int count) {
-    for (; count > 0; --count) *p++ = c;
+    for (; count > 0; --count) put(c);
   }
+
+  // The whole text in one NUL-terminated block from the malloc hook, or
+  // nullptr when memory ran out on the way or here.
+  char *finish() {
+    if (failed_) return nullptr;
+    const size_t local_used = chunks_ ? sizeof local_ : static_cast<size_t>(p_ - local_);
+    size_t total = local_used;
+    for (Chunk *c = chunks_; c; c = c->next) total += c == chunks_ ? static_cast<size_t>(p_ - c->data()) : c->size;
+    char *text = static_cast<char *>(hook_malloc(total + 1));
+    if (!text) return nullptr;
+    // Chunks are kept newest first: place them from the end backwards.
+    char *q = text + total;
+    *q = '\0';
+    for (Chunk *c = chunks_; c; c = c->next) {
+      const size_t used = c == chunks_ ? static_cast<size_t>(p_ - c->data()) : c->size;
+      q -= used;
+      std::memcpy(q, c->data(), used);
+    }
+    std::memcpy(text, local_, local_used);
+    return text;
+  }
+
+ private:
+  struct Chunk {
+    Chunk *next;
+    size_t size;
+    char *data() { return reinterpret_cast<char *>(this + 1); }
+  };
+
+  [[gnu::noinline]] void put_across(const char *s, size_t len) {
+    while (len > 0) {
+      if (p_ == end_ && !grow(len)) return;
+      const size_t n = len < static_cast<size_t>(end_ - p_) ? len : static_cast<size_t>(end_ - p_);
+      std::memcpy(p_, s, n);
+      p_ += n, s += n, len -= n;
+    }
+  }
+
+  [[gnu::noinline]] bool grow(size_t need) {
+    if (failed_) return false;
+    size_t size = written_ + (chunks_ ? chunks_->size : sizeof local_);  // everything so far
+    if (size < need) size = need;
+    if (size > SIZE_MAX / 2 - sizeof(Chunk)) {
+      failed_ = true;
+      return false;
+    }
+    auto *c = static_cast<Chunk *>(hook_malloc(sizeof(Chunk) + size));
+    if (!c) {
+      failed_ = true;
+      return false;
+    }
+    written_ += chunks_ ? chunks_->size : sizeof local_;
+    c->next = chunks_;
+    c->size = size;
+    chunks_ = c;
+    p_ = c->data();
+    end_ = p_ + size;
+    return true;
+  }
+
+  char *p_;
+  char *end_;
+  Chunk *chunks_ = nullptr;  // newest first; all but the newest are full
+  size_t written_ = 0;       // bytes in the full buffers (the local one and full chunks)
+  bool failed_ = false;
+  alignas(16) char local_[4096];
 };
 
+using u128 = unsigned __int128;
+
+// d = m * 2^e exactly (d finite, not zero).
+void decompose(double d, uint64_t *m, int *e) {
+  uint64_t bits;
+  std::memcpy(&bits, &d, sizeof bits);
+  const int biased = static_cast<int>((bits >> 52) & 0x7FF);
+  const uint64_t frac = bits & ((uint64_t{1} << 52) - 1);
+  *m = biased ? frac | (uint64_t{1} << 52) : frac;
+  *e = biased ? biased - 1075 : -1074;
+}
+
+// n / 2^k rounded to nearest, ties to even (printf's rounding); 0 < k < 128.
+u128 round_shift(u128 n, int k) {
+  const u128 q = n >> k, r = n & ((u128{1} << k) - 1), half = u128{1} << (k - 1);
+  return q + (r > half || (r == half && (q & 1)));
+}
+
+// v as exactly width digits, zero-padded on the left.
+char *put_digits(char *p, uint64_t v, int width) {
+  for (int i = width - 1; i >= 0; --i, v /= 10) p[i] = static_cast<char>('0' + v % 10);
+  return p + width;
+}
+
+// "%f" of a non-whole d with 1e-6 <= |d| <= 1e9: |d| * 10^6 < 2^73 is
+// rounded exactly in 128-bit integers.
+char *put_fixed6(char *p, double d) {
+  uint64_t m;
+  int e;
+  decompose(d, &m, &e);  // e < 0: d is not whole; e >= -73 for |d| >= 1e-6
+  const uint64_t q = static_cast<uint64_t>(round_shift(u128{m} * 1000000, -e));
+  if (d < 0) *p++ = '-';
+  p = std::to_chars(p, p + 20, q / 1000000).ptr;
+  *p++ = '.';
+  return put_digits(p, q % 1000000, 6);
+}
+
+// "%e" of a non-whole d with 1e9 < |d| < 2^53: the seven significant digits
+// are |d| / 10^(exp - 6) rounded exactly in 64-bit integers (no exact tie
+// can arise: it would make d whole).
+char *put_sci6(char *p, double d) {
+  uint64_t m;
+  int e;
+  decompose(d, &m, &e);  // -23 <= e < 0 in this range
+  const int k = -e;
+  int exp10 = 0;
+  for (uint64_t whole = m >> k; whole >= 10; whole /= 10) ++exp10;  // 9 to 15
+  uint64_t scale = 1;
+  for (int i = 6; i < exp10; ++i) scale *= 10;
+  const uint64_t den = scale << k;  // below 2^53
+  uint64_t q = m / den;
+  const uint64_t r = m % den;
+  q += (2 * r > den || (2 * r == den && (q & 1)));
+  if (q == 10000000) q = 1000000, ++exp10;
+  if (d < 0) *p++ = '-';
+  *p++ = static_cast<char>('0' + q / 1000000);
+  *p++ = '.';
+  p = put_digits(p, q % 1000000, 6);
+  *p++ = 'e';
+  *p++ = '+';
+  return put_digits(p, static_cast<uint64_t>(exp10), 2);
+}
+
 // Formats a number into buf (at least 352 bytes: "%.0f" of DBL_MAX has 309
-// digits), returning its length.
+// digits), returning its length: the text of printf's "%d", "%.0f", "%e" or
+// "%f" in the "C" locale. The common ranges are written directly (exactly
+// as printf rounds); the rest (fractions below 1e-6 in magnitude, whole
+// numbers from 2^63) go through snprintf.
 size_t format_number(const cJSON *item, char *buf, size_t size) {
   const double d = item->valuedouble;
-  auto digits = [&](auto v) { return static_cast<size_t>(std::to_chars(buf, buf + size, v).ptr - buf); };
-  if (std::fabs(static_cast<double>(item->valueint) - d) <= DBL_EPSILON && d <= INT_MAX && d >= INT_MIN)
-    return digits(item->valueint);  // as "%d"
+  const double a = std::fabs(d);
+  char *const end = buf + size;
   int n;
+  if (std::fabs(static_cast<double>(item->valueint) - d) <= DBL_EPSILON && d <= INT_MAX && d >= INT_MIN)
+    return static_cast<size_t>(std::to_chars(buf, end, item->valueint).ptr - buf);  // "%d"
   if (std::fabs(std::floor(d) - d) <= DBL_EPSILON) {
     // Below 2^63 such a value is a whole number (or within DBL_EPSILON above
     // one, which "%.0f" rounds away as truncation does), so its integer
     // digits are exactly what "%.0f" prints.
-    if (std::fabs(d) < 9.2e18) return digits(static_cast<long long>(d));
+    if (a < 9.2e18) return static_cast<size_t>(std::to_chars(buf, end, static_cast<long long>(d)).ptr - buf);
     n = std::snprintf(buf, size, "%.0f", d);
-  } else if (std::fabs(d) < 1.0e-6 || std::fabs(d) > 1.0e9) {
+  } else if (a < 1.0e-6 || a > 1.0e9) {
+    if (a > 1.0e9 && a < 9007199254740992.0) return static_cast<size_t>(put_sci6(buf, d) - buf);
     n = std::snprintf(buf, size, "%e", d);
+  } else if (a == a) {
+    return static_cast<size_t>(put_fixed6(buf, d) - buf);
   } else {
-    n = std::snprintf(buf, size, "%f", d);
+    n = std::snprintf(buf, size, "%f", d);  // NaN
   }
   return n > 0 ? static_cast<size_t>(n) : 0;
 }
@@ -74,8 +224,8 @@ void print_string(const char *s, Sink &out) {
         case '\r': esc = 'r'; break;
         case '\t': esc = 't'; break;
         default: {
-          char u[8];
-          std::snprintf(u, sizeof u, "\\u%04x", c);
+          static constexpr char kHex[] = "0123456789abcdef";
+          const char u[6] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 15]};
           out.put(u, 6);
           continue;
         }
@@ -152,14 +302,9 @@ bool print_value(const cJSON *item, int depth, bool fmt, Sink &out) {
 
 char *print(const cJSON *item, bool fmt) {
   if (!item) return nullptr;
-  Counter count;
-  if (!print_value(item, 0, fmt, count) || count.n == SIZE_MAX) return nullptr;
-  char *text = static_cast<char *>(hook_malloc(count.n + 1));
-  if (!text) return nullptr;
-  Writer write{text};
-  print_value(item, 0, fmt, write);
-  *write.p = '\0';
-  return text;
+  Writer out;
+  if (!print_value(item, 0, fmt, out)) return nullptr;
+  return out.finish();
 }
 
 }  // namespace

@@ -67,6 +67,29 @@ TEST(JsonAlloc, PrintFailsCleanly) {
   EXPECT_EQ(hooks.stats().live, 0);
 }
 
+TEST(JsonAlloc, LongPrintFailsCleanlyAtEveryAllocation) {
+  ScopedHooks hooks;
+  std::string text = "[";
+  for (int i = 0; i < 3000; ++i) text += (i ? ",\"" : "\"") + std::to_string(i) + "\"";
+  cJSON *tree = cJSON_Parse((text + "]").c_str());
+  ASSERT_NE(tree, nullptr);
+  const long live = hooks.stats().live;
+  const long before = hooks.stats().allocations;
+  char *whole = cJSON_PrintUnformatted(tree);
+  ASSERT_NE(whole, nullptr);
+  ScopedHooks::release(whole);
+  const long used = hooks.stats().allocations - before;
+  EXPECT_GT(used, 2);  // further buffers, then the result
+  for (long i = 0; i < used; ++i) {
+    hooks.stats().fail_at = hooks.stats().allocations + i;
+    EXPECT_EQ(cJSON_PrintUnformatted(tree), nullptr) << "allocation " << i;
+    EXPECT_EQ(hooks.stats().live, live) << "allocation " << i;
+  }
+  hooks.stats().fail_at = -1;
+  cJSON_Delete(tree);
+  EXPECT_EQ(hooks.stats().live, 0);
+}
+
 TEST(JsonAlloc, BuildingFailsCleanlyAtEveryAllocation) {
   ScopedHooks hooks;
   cJSON *tree = cJSON_Parse(sample_config().c_str());

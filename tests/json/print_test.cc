@@ -1,4 +1,7 @@
 #include <cfloat>
+#include <cmath>
+#include <random>
+#include <vector>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -55,6 +58,48 @@ TEST(JsonPrint, NumberRules) {
   EXPECT_EQ(number(-0.25), "-0.250000");
   EXPECT_EQ(number(1e-6), "0.000001");
   EXPECT_EQ(number(999999999.5), "999999999.500000");
+}
+
+// The printf format the rules choose, as the C library prints it.
+std::string reference(double d) {
+  char want[400];
+  if (std::fabs(std::floor(d) - d) <= DBL_EPSILON)
+    std::snprintf(want, sizeof want, "%.0f", d);
+  else if (std::fabs(d) < 1.0e-6 || std::fabs(d) > 1.0e9)
+    std::snprintf(want, sizeof want, "%e", d);
+  else
+    std::snprintf(want, sizeof want, "%f", d);
+  return want;
+}
+
+// Fractions are rounded as printf rounds them (to nearest, ties to even on
+// the exact binary value), in every range, at exact ties and where the
+// rounding carries into a new digit.
+TEST(JsonPrint, FractionsRoundAsPrintfDoes) {
+  std::mt19937_64 rng(5);
+  std::vector<double> v;
+  for (int i = 0; i < 100000; ++i) {
+    const double mag = std::pow(10.0, std::uniform_real_distribution<double>(-8, 16)(rng));
+    v.push_back((rng() & 1 ? -1 : 1) * mag);
+    v.push_back(std::ldexp(static_cast<double>(rng() >> 11), static_cast<int>(rng() % 90) - 80));
+  }
+  for (int j = 1; j < 4000; j += 2) v.push_back(j / 128.0);  // ties at the sixth decimal
+  for (int j = 1; j < 400; j += 2) v.push_back(1e9 + j / 2.0);  // just past the "%e" boundary
+  for (double d : {0.9999995, 0.99999949999999, 999999999.9999995, 9999999.5e3, 9999999499.5, 9999999500.5,
+                   99999995e8 + 0.5, 1e-6 + 1e-22, 1e9 - 0.5, 123456.0000005, 4503599627370495.5,
+                   9007199254740991.0 / 2, 1.5e-6, 2.5e-7})
+    v.push_back(d), v.push_back(-d);
+  for (double d : v) {
+    cJSON *n = cJSON_CreateNumber(d);
+    if (n->valueint == d) {  // "%d": covered above
+      cJSON_Delete(n);
+      continue;
+    }
+    ASSERT_EQ(printed(n), reference(d)) << std::hexfloat << d;
+    cJSON_Delete(n);
+  }
+  EXPECT_EQ(number(std::nan("")), reference(std::nan("")));
+  EXPECT_EQ(number(-INFINITY), "-inf");
 }
 
 TEST(JsonPrint, NumberUsesValueintOnlyWhenItMatches) {
@@ -114,6 +159,26 @@ TEST(JsonPrint, FormattedLayout) {
   cJSON *scalar = cJSON_CreateString("x");
   EXPECT_EQ(printed(scalar, true), "\"x\"");
   cJSON_Delete(scalar);
+}
+
+// Texts longer than the printer's first buffer, ending on and around the
+// points where it moves to a further buffer, come out whole.
+TEST(JsonPrint, LongTextsAcrossBuffers) {
+  for (size_t n : {4090u, 4091u, 4092u, 4093u, 4094u, 8190u, 12283u, 12285u, 300000u}) {
+    cJSON *a = cJSON_CreateArray();
+    std::string want = "[\"" + std::string(n - 4, 'q') + "\"]";  // n characters in all
+    cJSON_AddItemToArray(a, cJSON_CreateString(std::string(n - 4, 'q').c_str()));
+    EXPECT_EQ(printed(a), want) << n;
+    cJSON_Delete(a);
+  }
+  cJSON *t = cJSON_CreateArray();
+  std::string want = "[";
+  for (int i = 0; i < 20000; ++i) {
+    cJSON_AddItemToArray(t, cJSON_CreateNumber(i + 0.25));
+    want += (i ? ", " : "") + std::to_string(i) + ".250000";
+  }
+  EXPECT_EQ(printed(t, true), want + "]");
+  cJSON_Delete(t);
 }
 
 TEST(JsonPrint, UnknownTypeOrNullGivesNull) {
