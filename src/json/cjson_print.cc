@@ -1,9 +1,10 @@
 // cJSON_Print / cJSON_PrintUnformatted.
 //
-// One walk over the tree writes the text into a 4 KiB buffer on the C stack
-// and, when that fills, into chunks from the malloc hook, each twice the
-// size of all before it; the result is then copied into one block of the
-// exact length from the malloc hook and the chunks are given back.
+// The walker writes the text into a 4 KiB buffer on the C stack while
+// counting its length. A text that fits is copied into one block of the
+// exact length from the malloc hook; a longer one is written by a second
+// walk straight into such a block. Either way the caller's block is the
+// only allocation.
 #include <cfloat>
 #include <charconv>
 #include <cmath>
@@ -16,100 +17,35 @@
 namespace aputil::json {
 namespace {
 
-class Writer {
- public:
-  Writer() : p_(local_), end_(local_ + sizeof local_) {}
-  ~Writer() {
-    for (Chunk *c = chunks_; c;) {
-      Chunk *next = c->next;
-      hook_free(c);
-      c = next;
-    }
-  }
-  Writer(const Writer &) = delete;
-  Writer &operator=(const Writer &) = delete;
-
+// Writes into buf while the text fits in it, and counts all of it.
+struct BoundedWriter {
+  char *buf;
+  size_t cap;
+  size_t n = 0;
   void put(char c) {
-    if (p_ == end_ && !grow(1)) return;
-    *p_++ = c;
+    if (n < cap) buf[n] = c;
+    ++n;
   }
   void put(const char *s, size_t len) {
-    if (len <= static_cast<size_t>(end_ - p_)) {
-      std::memcpy(p_, s, len);
-      p_ += len;
-    } else {
-      put_across(s, len);
-    }
+    if (n <= cap && len <= cap - n) std::memcpy(buf + n, s, len);
+    n += len;
   }
   void repeat(char c, int count) {
     for (; count > 0; --count) put(c);
   }
+};
 
-  // The whole text in one NUL-terminated block from the malloc hook, or
-  // nullptr when memory ran out on the way or here.
-  char *finish() {
-    if (failed_) return nullptr;
-    const size_t local_used = chunks_ ? sizeof local_ : static_cast<size_t>(p_ - local_);
-    size_t total = local_used;
-    for (Chunk *c = chunks_; c; c = c->next) total += c == chunks_ ? static_cast<size_t>(p_ - c->data()) : c->size;
-    char *text = static_cast<char *>(hook_malloc(total + 1));
-    if (!text) return nullptr;
-    // Chunks are kept newest first: place them from the end backwards.
-    char *q = text + total;
-    *q = '\0';
-    for (Chunk *c = chunks_; c; c = c->next) {
-      const size_t used = c == chunks_ ? static_cast<size_t>(p_ - c->data()) : c->size;
-      q -= used;
-      std::memcpy(q, c->data(), used);
-    }
-    std::memcpy(text, local_, local_used);
-    return text;
+// Writes into a block known to be large enough.
+struct Writer {
+  char *p;
+  void put(char c) { *p++ = c; }
+  void put(const char *s, size_t len) {
+    std::memcpy(p, s, len);
+    p += len;
   }
-
- private:
-  struct Chunk {
-    Chunk *next;
-    size_t size;
-    char *data() { return reinterpret_cast<char *>(this + 1); }
-  };
-
-  [[gnu::noinline]] void put_across(const char *s, size_t len) {
-    while (len > 0) {
-      if (p_ == end_ && !grow(len)) return;
-      const size_t n = len < static_cast<size_t>(end_ - p_) ? len : static_cast<size_t>(end_ - p_);
-      std::memcpy(p_, s, n);
-      p_ += n, s += n, len -= n;
-    }
+  void repeat(char c, int count) {
+    for (; count > 0; --count) *p++ = c;
   }
-
-  [[gnu::noinline]] bool grow(size_t need) {
-    if (failed_) return false;
-    size_t size = written_ + (chunks_ ? chunks_->size : sizeof local_);  // everything so far
-    if (size < need) size = need;
-    if (size > SIZE_MAX / 2 - sizeof(Chunk)) {
-      failed_ = true;
-      return false;
-    }
-    auto *c = static_cast<Chunk *>(hook_malloc(sizeof(Chunk) + size));
-    if (!c) {
-      failed_ = true;
-      return false;
-    }
-    written_ += chunks_ ? chunks_->size : sizeof local_;
-    c->next = chunks_;
-    c->size = size;
-    chunks_ = c;
-    p_ = c->data();
-    end_ = p_ + size;
-    return true;
-  }
-
-  char *p_;
-  char *end_;
-  Chunk *chunks_ = nullptr;  // newest first; all but the newest are full
-  size_t written_ = 0;       // bytes in the full buffers (the local one and full chunks)
-  bool failed_ = false;
-  alignas(16) char local_[4096];
 };
 
 using u128 = unsigned __int128;
@@ -302,9 +238,19 @@ bool print_value(const cJSON *item, int depth, bool fmt, Sink &out) {
 
 char *print(const cJSON *item, bool fmt) {
   if (!item) return nullptr;
-  Writer out;
-  if (!print_value(item, 0, fmt, out)) return nullptr;
-  return out.finish();
+  alignas(16) char local[4096];
+  BoundedWriter first{local, sizeof local};
+  if (!print_value(item, 0, fmt, first) || first.n == SIZE_MAX) return nullptr;
+  char *text = static_cast<char *>(hook_malloc(first.n + 1));
+  if (!text) return nullptr;
+  if (first.n <= sizeof local) {
+    std::memcpy(text, local, first.n);
+  } else {
+    Writer again{text};
+    print_value(item, 0, fmt, again);
+  }
+  text[first.n] = '\0';
+  return text;
 }
 
 }  // namespace

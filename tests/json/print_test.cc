@@ -161,10 +161,10 @@ TEST(JsonPrint, FormattedLayout) {
   cJSON_Delete(scalar);
 }
 
-// Texts longer than the printer's first buffer, ending on and around the
-// points where it moves to a further buffer, come out whole.
+// Texts around and beyond the length of the printer's first buffer come
+// out whole.
 TEST(JsonPrint, LongTextsAcrossBuffers) {
-  for (size_t n : {4090u, 4091u, 4092u, 4093u, 4094u, 8190u, 12283u, 12285u, 300000u}) {
+  for (size_t n : {4094u, 4095u, 4096u, 4097u, 4098u, 300000u}) {
     cJSON *a = cJSON_CreateArray();
     std::string want = "[\"" + std::string(n - 4, 'q') + "\"]";  // n characters in all
     cJSON_AddItemToArray(a, cJSON_CreateString(std::string(n - 4, 'q').c_str()));
