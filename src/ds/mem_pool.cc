@@ -71,9 +71,11 @@ APUTIL_API void *mem_pool_alloc(mem_pool_t *pool) {
     std::puts("no free block.\r");
     return nullptr;
   }
-  mem_pool_link_t *node = pool->freeList.next;
-  node->prev->next = node->next;
-  node->next->prev = node->prev;
+  mem_pool_link_t *head = &pool->freeList;
+  mem_pool_link_t *node = head->next;  // its prev is the head
+  mem_pool_link_t *next = node->next;
+  head->next = next;
+  next->prev = head;
   node->next = node->prev = nullptr;
   ++pool->usedCount;
   return node;
