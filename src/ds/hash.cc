@@ -42,8 +42,17 @@ int resize(hash_table_t *t, bool grow) {
   t->slots = slots;
   t->size = size;
   t->count = 0;
-  for (uint32_t i = 0; i < old_size; ++i)
-    if (old_slots[i]) hash_add(t, old_slots[i]);
+  // Re-insert in ascending old slot order. The elements are distinct and
+  // the new table stays far below its growth point, so this is hash_add
+  // without its load and duplicate checks.
+  for (uint32_t i = 0; i < old_size; ++i) {
+    void *const elem = old_slots[i];
+    if (!elem) continue;
+    uint32_t j = slot_of(t->elemHash(elem), size);
+    while (slots[j]) j = j + 1 == size ? 0 : j + 1;
+    slots[j] = elem;
+    ++t->count;
+  }
   std::free(old_slots);
   return 0;
 }
