@@ -140,6 +140,14 @@ size_t format_number(const cJSON *item, char *buf, size_t size) {
   return n > 0 ? static_cast<size_t>(n) : 0;
 }
 
+// Kept out of line so that its buffer is not part of every level of the
+// recursion over nested arrays and objects.
+template <class Sink>
+[[gnu::noinline]] void print_number(const cJSON *item, Sink &out) {
+  char buf[352];
+  out.put(buf, format_number(item, buf, sizeof buf));
+}
+
 template <class Sink>
 void print_string(const char *s, Sink &out) {
   out.put('"');
@@ -224,11 +232,7 @@ bool print_value(const cJSON *item, int depth, bool fmt, Sink &out) {
     case cJSON_NULL: out.put("null", 4); return true;
     case cJSON_False: out.put("false", 5); return true;
     case cJSON_True: out.put("true", 4); return true;
-    case cJSON_Number: {
-      char buf[352];
-      out.put(buf, format_number(item, buf, sizeof buf));
-      return true;
-    }
+    case cJSON_Number: print_number(item, out); return true;
     case cJSON_String: print_string(item->valuestring, out); return true;
     case cJSON_Array: return print_array(item, depth, fmt, out);
     case cJSON_Object: return print_object(item, depth, fmt, out);

@@ -1,10 +1,12 @@
+#include <pthread.h>
+
 #include <cfloat>
 #include <cmath>
-#include <random>
-#include <vector>
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -179,6 +181,45 @@ TEST(JsonPrint, LongTextsAcrossBuffers) {
   }
   EXPECT_EQ(printed(t, true), want + "]");
   cJSON_Delete(t);
+}
+
+// A tree as deep as the reader allows is parsed, printed both ways,
+// duplicated and deleted on a thread with a small stack, as daemons give
+// their worker threads.
+TEST(JsonPrint, DeepestTreeOnASmallStack) {
+  struct Job {
+    static void *run(void *arg) {
+      std::string open, close;
+      for (int i = 0; i < CJSON_NESTING_LIMIT; ++i) open += i % 2 ? "{\"k\":" : "[";
+      for (int i = CJSON_NESTING_LIMIT - 1; i >= 0; --i) close += i % 2 ? "}" : "]";
+      cJSON *t = cJSON_Parse((open + "0.5" + close).c_str());
+      bool ok = t != nullptr;
+      char *a = cJSON_PrintUnformatted(t);
+      char *b = cJSON_Print(t);
+      cJSON *copy = cJSON_Duplicate(t, 1);
+      ok = ok && a && b && copy && open + "0.500000" + close == a;
+      free(a);
+      free(b);
+      cJSON_Delete(copy);
+      cJSON_Delete(t);
+      *static_cast<bool *>(arg) = ok;
+      return nullptr;
+    }
+  };
+#if defined(__SANITIZE_ADDRESS__)
+  const size_t stack = 8u << 20;  // the sanitizer's frames are far larger
+#else
+  const size_t stack = 192u << 10;
+#endif
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+  pthread_attr_setstacksize(&attr, stack);
+  bool ok = false;
+  pthread_t th;
+  ASSERT_EQ(pthread_create(&th, &attr, Job::run, &ok), 0);
+  pthread_join(th, nullptr);
+  pthread_attr_destroy(&attr);
+  EXPECT_TRUE(ok);
 }
 
 TEST(JsonPrint, UnknownTypeOrNullGivesNull) {
