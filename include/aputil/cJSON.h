@@ -13,7 +13,9 @@
  *     a tree with cJSON_Delete on its root. Strings returned by cJSON_Print
  *     and cJSON_PrintUnformatted belong to the caller and are released with
  *     the free hook (free() unless cJSON_InitHooks set another).
- *   - Every allocation and release goes through the hooks. A failed
+ *   - Every item, string and printed text is allocated and released
+ *     through the hooks (parsing's scratch space is on the stack, or in
+ *     pages of its own for long texts). A failed
  *     allocation gives NULL and leaks nothing (see the array constructors
  *     for their one documented difference).
  *   - NULL arguments are accepted everywhere: functions then do nothing and
