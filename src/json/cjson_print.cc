@@ -111,6 +111,15 @@ char *put_sci6(char *p, double d) {
   return put_digits(p, static_cast<uint64_t>(exp10), 2);
 }
 
+// floor(d), without the C library's libm (which -Os would call): values
+// from 2^52 up are whole, and NaN and infinities pass through as floor
+// passes them.
+double floor_of(double d) {
+  if (!(std::fabs(d) < 4503599627370496.0)) return d;
+  const double t = static_cast<double>(static_cast<long long>(d));
+  return t > d ? t - 1 : t;
+}
+
 // Formats a number into buf (at least 352 bytes: "%.0f" of DBL_MAX has 309
 // digits), returning its length: the text of printf's "%d", "%.0f", "%e" or
 // "%f" in the "C" locale. The common ranges are written directly (exactly
@@ -123,7 +132,7 @@ size_t format_number(const cJSON *item, char *buf, size_t size) {
   int n;
   if (std::fabs(static_cast<double>(item->valueint) - d) <= DBL_EPSILON && d <= INT_MAX && d >= INT_MIN)
     return static_cast<size_t>(std::to_chars(buf, end, item->valueint).ptr - buf);  // "%d"
-  if (std::fabs(std::floor(d) - d) <= DBL_EPSILON) {
+  if (std::fabs(floor_of(d) - d) <= DBL_EPSILON) {
     // Below 2^63 such a value is a whole number (or within DBL_EPSILON above
     // one, which "%.0f" rounds away as truncation does), so its integer
     // digits are exactly what "%.0f" prints.
