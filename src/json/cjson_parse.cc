@@ -212,9 +212,16 @@ using namespace aputil::json;
 namespace {
 
 // The number of '[' and '{' in the text: a bound on the nesting depth.
+// Counted in runs of 255 bytes into a byte-wide counter, which the compiler
+// turns into whole-vector compares and adds.
 size_t count_openers(const char *s, size_t len) {
   size_t n = 0;
-  for (size_t i = 0; i < len; ++i) n += static_cast<size_t>((s[i] | 0x20) == '{');  // '[' | 0x20 == '{'
+  for (size_t i = 0; i < len;) {
+    const size_t end = len - i > 255 ? i + 255 : len;
+    uint8_t run = 0;
+    for (; i < end; ++i) run = static_cast<uint8_t>(run + ((s[i] | 0x20) == '{'));  // '[' | 0x20 == '{'
+    n += run;
+  }
   return n;
 }
 

@@ -89,6 +89,7 @@ extern "C" {
 APUTIL_API void cJSON_Delete(cJSON *c) {
   while (c) {
     cJSON *next = c->next;
+    __builtin_prefetch(next);  // its line arrives while this item's blocks are freed
     if (!(c->type & cJSON_IsReference)) {
       if (c->child) cJSON_Delete(c->child);
       if (c->valuestring) hook_free(c->valuestring);
