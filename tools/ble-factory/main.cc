@@ -194,6 +194,22 @@ int main(int argc, char **argv) {
   std::vector<Command> commands;
   const std::vector<std::string> no_arg = {"mac", "tx-test", "rx-test", "end-test", "ext-tx-test",
                                            "ext-rx-test", "ext-end-test", "rssi"};
+  struct Numeric {
+    const char *name;
+    long lo, hi;
+    int *out;
+    const char *range;  // for the message when the value is refused
+  };
+  const Numeric numeric[] = {
+      {"--mode", 0, 1, &o.mode, "0 (1,152,000 baud) or 1 (115,200 baud)"},
+      {"--simulate-status", 0, 255, &o.sim_status, "a status byte 0-255"},
+      {"--channel", 0, 39, &o.channel, "a channel from 0 to 39"},
+      {"--power", -128, 127, &o.power, "a power level in dBm"},
+      {"--length", 0, 255, &o.length, "a length from 0 to 255"},
+      {"--payload", 0, 7, &o.payload, "a payload type from 0 to 7"},
+      {"--phy", 23, 26, &o.phy, "a PHY selector from 23 to 26"},
+      {"--mode-byte", 0, 255, &o.mode_byte, "a byte 0-255"},
+  };
   for (int i = 1; i < argc; ++i) {
     const std::string a = argv[i];
     auto value = [&](const char *name) -> const char * { return i + 1 < argc ? argv[++i] : (usage_error(std::string(name) + " needs a value"), nullptr); };
@@ -219,23 +235,13 @@ int main(int argc, char **argv) {
       o.simulate = true;
     } else if (a == "--trace") {
       o.trace = true;
-    } else if (a == "--mode") {
-      if (!number("--mode", 0, 1, &o.mode, "0 (1,152,000 baud) or 1 (115,200 baud)")) return kExitUsage;
-    } else if (a == "--simulate-status") {
-      if (!number("--simulate-status", 0, 255, &o.sim_status, "a status byte 0-255")) return kExitUsage;
-    } else if (a == "--channel") {
-      if (!number("--channel", 0, 39, &o.channel, "a channel from 0 to 39")) return kExitUsage;
-    } else if (a == "--power") {
-      if (!number("--power", -128, 127, &o.power, "a power level in dBm") || !known_power(o.power))
+    } else if (const Numeric *n = std::find_if(std::begin(numeric), std::end(numeric),
+                                                 [&](const Numeric &x) { return a == x.name; });
+               n != std::end(numeric)) {
+      const bool ok = number(n->name, n->lo, n->hi, n->out, n->range);
+      if (n->out == &o.power && (!ok || !known_power(o.power)))
         return usage_error("--power must be one of -20 -18 -15 -12 -10 -9 -6 -5 -3 0 1 2 3 4 5 14 15 16 17 18 19 20");
-    } else if (a == "--length") {
-      if (!number("--length", 0, 255, &o.length, "a length from 0 to 255")) return kExitUsage;
-    } else if (a == "--payload") {
-      if (!number("--payload", 0, 7, &o.payload, "a payload type from 0 to 7")) return kExitUsage;
-    } else if (a == "--phy") {
-      if (!number("--phy", 23, 26, &o.phy, "a PHY selector from 23 to 26")) return kExitUsage;
-    } else if (a == "--mode-byte") {
-      if (!number("--mode-byte", 0, 255, &o.mode_byte, "a byte 0-255")) return kExitUsage;
+      if (!ok) return kExitUsage;
     } else if (std::find(no_arg.begin(), no_arg.end(), a) != no_arg.end()) {
       commands.push_back({a, ""});
     } else if (a == "connect" || a == "coex" || a == "adv" || a == "gpio") {
