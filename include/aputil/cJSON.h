@@ -23,7 +23,9 @@
  *   - Where the library sets a number, valueint is valuedouble truncated
  *     toward zero and saturated to the int range (NaN gives 0), as the
  *     device's processor converts.
- *   - Array indexes count from 0; a negative index finds nothing.
+ *   - Array indexes count from 0; a negative index counts as 0 (the first
+ *     item) in cJSON_GetArrayItem, cJSON_DetachItemFromArray,
+ *     cJSON_DeleteItemFromArray and cJSON_ReplaceItemInArray.
  */
 #ifndef APUTIL_CJSON_H
 #define APUTIL_CJSON_H
@@ -86,12 +88,16 @@ APUTIL_API void cJSON_InitHooks(cJSON_Hooks *hooks);
 APUTIL_API cJSON *cJSON_Parse(const char *value);
 
 /* Render a tree. Formatted text puts each object member on its own line,
- * indented with tabs, as "name":<TAB>value; arrays stay on one line with
- * ", " between items; an empty object prints as "{", a line end, one tab
- * less than its members would have, and "}". Unformatted text has no
- * blanks at all. Numbers: "%d" when the value is an int (equal to valueint
- * within DBL_EPSILON and inside the int range), else "%.0f" when it has no
- * fraction, else "%e" when its magnitude is below 1e-6 or above 1e9, else
+ * indented with tabs, as "name":<TAB>value; an object's members sit one
+ * tab deeper than the object's own depth and its "}" at that depth; arrays
+ * stay on one line with ", " between items, each item printed one level
+ * deeper than the array (so [{"a":1}] prints its member after two tabs
+ * and its "}" after one); an empty object prints as "{", a line end, one tab less than
+ * the depth it is printed at, and "}"; an empty array as "[]". Unformatted
+ * text has no blanks at all. Numbers: "%d" when the value is an int (equal
+ * to valueint within DBL_EPSILON and inside the int range), else "%.0f"
+ * when it is within DBL_EPSILON above a whole number (which "%.0f" rounds
+ * to: -1.9999999999999998 prints -2), else "%e" when its magnitude is below 1e-6 or above 1e9, else
  * "%f". Strings escape \" \\ \b \f \n \r \t and other control characters
  * as \u00XX; a string item whose valuestring is NULL prints as "".
  * Returns: a NUL-terminated text from the malloc hook, or NULL when item
@@ -164,7 +170,9 @@ APUTIL_API void cJSON_ReplaceItemInObject(cJSON *object, const char *string, cJS
  * non-zero. The copy is never a reference. Returns NULL on failure. */
 APUTIL_API cJSON *cJSON_Duplicate(cJSON *item, int recurse);
 
-/* Remove blanks and // and C-style comments outside strings, in place. */
+/* Remove blanks and // and C-style comments outside strings, in place. A
+ * comment's closing star may be its opening one (slash, star, slash is a
+ * whole comment); an unclosed comment runs to the end of the text. */
 APUTIL_API void cJSON_Minify(char *json);
 
 /* --- additions --- */

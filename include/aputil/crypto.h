@@ -55,11 +55,13 @@ APUTIL_API uint8_t *md5_getDesKey(void);
  *     zero-padded to whole blocks --- */
 
 /* seal != 0: out gets 16 + 8 * ceil(inlen / 8) bytes; needs
- * outcap >= inlen + 24. seal == 0: decrypts in (at least 16 bytes) into
- * out, which keeps the zero padding, and checks the digest over the whole
- * decrypted length: data sealed from a length that is not a multiple of 8
- * therefore never unseals (the sealing format's defined behaviour); needs
- * inlen <= outcap + 8.
+ * outcap >= inlen + 24; a negative inlen is refused ("invalid input
+ * params"). seal == 0: decrypts in (at least 16 bytes) into out, which
+ * keeps the zero padding, and checks the digest over the whole decrypted
+ * length: data sealed from a length that is not a multiple of 8 therefore
+ * never unseals (the sealing format's defined behaviour); needs
+ * inlen <= outcap + 8. Both capacity tests are signed 32-bit comparisons,
+ * so capacities from about 2^31 up are "too small" (nothing is written).
  * Returns: the bytes written, or -1. */
 APUTIL_API int md5_des(const uint8_t *in, int inlen, uint8_t *out, uint32_t outcap, const uint8_t *key, int seal);
 /* Seal or unseal a file of at most 16,382 bytes with md5_getDesKey();
@@ -68,16 +70,20 @@ APUTIL_API int file_md5_des(const char *inpath, const char *outpath, int seal);
 
 /* --- single DES (key without parity or weak-key checks) --- */
 
-/* ECB into out (capacity cap >= len + 8); the last block is zero-padded.
- * Decryption of a short last block writes only its len % 8 bytes (its
- * missing ciphertext bytes taken as zero) and counts only whole blocks.
+/* ECB into out; the capacity test is the signed 32-bit cap - 7 > len, so
+ * out holds len + 8 bytes and a cap of 2^31 + 7 or more is refused. The
+ * last block of an encryption is zero-padded. Decryption reads whole
+ * blocks: a short last block (len % 8 bytes) is read as all 8 of its
+ * ciphertext bytes, so in must hold 8 * ceil(len / 8) bytes; only len
+ * bytes are written and only whole blocks are counted.
  * Returns: the bytes written (8 * ceil(len / 8) for encryption), 0 on
  * invalid arguments. */
 APUTIL_API int des_min_do(const uint8_t *in, int len, uint8_t *out, uint32_t cap, const uint8_t *key, int enc);
 /* ECB in place; len must be a non-negative multiple of 8.
  * Returns: len, or 0 on invalid arguments (buffer untouched). */
 APUTIL_API int des_min_do_ex(uint8_t *buf, int len, const uint8_t *key, int enc);
-/* PCBC with iv (not updated); encryption writes 8 * ceil(len / 8) bytes.
+/* PCBC with iv (not updated); encryption writes 8 * ceil(len / 8) bytes,
+ * decryption reads that many and writes len.
  * Returns: 1, or 0 for a NULL pointer. */
 APUTIL_API int des_min_do_pcbc(const uint8_t *in, uint8_t *out, int len, const uint8_t *key, const uint8_t *iv,
                                int enc);

@@ -30,8 +30,7 @@ typedef struct mem_pool {
     uint32_t usedCount;
     uint32_t blockSize;           /* also the stride between blocks */
     mem_pool_link_t freeList;     /* circular; empty when it points at itself */
-    char name[MEM_POOL_NAME_LEN]; /* a 32-character name has no NUL here... */
-    char nameEnd;                 /* ...so this byte, always 0, ends it */
+    char name[MEM_POOL_NAME_LEN]; /* no NUL when 32 characters long: "%.32s" */
     void *blocks;                 /* blockCount * blockSize bytes */
 } mem_pool_t;
 

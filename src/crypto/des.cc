@@ -33,28 +33,39 @@ class Block {
   DES_key_schedule ks_;
 };
 
+// Block offsets i are 64-bit so that a length near INT_MAX ends its loop.
+
 // The 8-byte group at in + i (of len bytes), zero-padded when short.
-void group(const uint8_t *in, int i, int len, uint8_t g[8]) {
-  const int have = len - i < 8 ? len - i : 8;
+void group(const uint8_t *in, int64_t i, int len, uint8_t g[8]) {
+  const int64_t have = len - i < 8 ? len - i : 8;
   std::memset(g, 0, 8);
   std::memcpy(g, in + i, static_cast<size_t>(have));
 }
+
+// Bytes of the block at i that a decryption writes: the short last block
+// is deciphered whole but written only up to len.
+size_t kept(int64_t i, int len) { return static_cast<size_t>(len - i < 8 ? len - i : 8); }
 
 }  // namespace
 
 extern "C" {
 
 APUTIL_API int des_min_do(const uint8_t *in, int len, uint8_t *out, uint32_t cap, const uint8_t *key, int enc) {
-  if (!in || !out || !key || static_cast<long long>(cap) - 7 <= len) return 0;
+  if (!in || !out || !key || static_cast<int32_t>(cap - 7) <= len) return 0;
   Block des(key);
   int written = 0;
-  for (int i = 0; i < len; i += 8) {
-    uint8_t g[8], r[8];
-    group(in, i, len, g);
-    des.run(g, r, enc != 0);
-    const int n = (enc || len - i >= 8) ? 8 : len - i;  // a short last block decrypts to its own length
-    std::memcpy(out + i, r, static_cast<size_t>(n));
-    if (enc || n == 8) written += 8;
+  for (int64_t i = 0; i < len; i += 8) {
+    uint8_t r[8];
+    if (enc) {
+      uint8_t g[8];
+      group(in, i, len, g);
+      des.run(g, out + i, true);
+      written += 8;
+    } else {
+      des.run(in + i, r, false);  // all 8 bytes of a short last block are read
+      std::memcpy(out + i, r, kept(i, len));
+      if (len - i >= 8) written += 8;
+    }
   }
   return written;
 }
@@ -62,7 +73,7 @@ APUTIL_API int des_min_do(const uint8_t *in, int len, uint8_t *out, uint32_t cap
 APUTIL_API int des_min_do_ex(uint8_t *buf, int len, const uint8_t *key, int enc) {
   if (!buf || !key || len < 0 || len % 8 != 0) return 0;
   Block des(key);
-  for (int i = 0; i < len; i += 8) des.run(buf + i, buf + i, enc != 0);
+  for (int64_t i = 0; i < len; i += 8) des.run(buf + i, buf + i, enc != 0);
   return len;
 }
 
@@ -72,20 +83,20 @@ APUTIL_API int des_min_do_pcbc(const uint8_t *in, uint8_t *out, int len, const u
   Block des(key);
   uint8_t x[8];
   std::memcpy(x, iv, 8);
-  for (int i = 0; i < len; i += 8) {
-    uint8_t g[8], r[8];
-    group(in, i, len, g);
+  for (int64_t i = 0; i < len; i += 8) {
+    uint8_t r[8];
     if (enc) {
-      uint8_t t[8];
+      uint8_t g[8], t[8];
+      group(in, i, len, g);
       for (int k = 0; k < 8; ++k) t[k] = g[k] ^ x[k];
       des.run(t, r, true);
       std::memcpy(out + i, r, 8);
       for (int k = 0; k < 8; ++k) x[k] = g[k] ^ r[k];  // P xor C
     } else {
-      des.run(g, r, false);
+      des.run(in + i, r, false);  // all 8 bytes of a short last block are read
       for (int k = 0; k < 8; ++k) r[k] ^= x[k];
-      std::memcpy(out + i, r, static_cast<size_t>(len - i < 8 ? len - i : 8));
-      for (int k = 0; k < 8; ++k) x[k] = r[k] ^ g[k];
+      for (int k = 0; k < 8; ++k) x[k] = r[k] ^ in[i + k];
+      std::memcpy(out + i, r, kept(i, len));
     }
   }
   return 1;

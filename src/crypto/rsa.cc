@@ -129,14 +129,13 @@ APUTIL_API RSA_Bignum RSA_bignum_from_int(uint32_t n) {
 }
 
 APUTIL_API RSA_Bignum RSA_bignum_from_bytes(const uint8_t *data, int n) {
-  if (n < 0) n = 0;
-  RSA_Bignum b = RSA_newbn((n + 1) / 2);
+  if (n < 0 || !data) n = 0;
+  RSA_Bignum b = RSA_newbn(n > 0 ? (n + 1) / 2 : 1);  // zero still owns one limb
   for (int i = 0; i < n; ++i) {  // byte i from the least significant end
     const uint8_t byte = data[n - 1 - i];
     b[1 + i / 2] |= static_cast<uint16_t>(byte << (8 * (i % 2)));
   }
   while (b[0] > 1 && b[b[0]] == 0) --b[0];
-  if (b[0] == 0) b[0] = 1;  // one limb kept (zero)
   return b;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "common/host_root.h"
 #include "crypto.h"
@@ -15,20 +16,24 @@ APUTIL_API int md5_des(const uint8_t *in, int inlen, uint8_t *out, uint32_t outc
     std::puts("invalid input params\r");
     return -1;
   }
-  const long long cap = outcap;
+  // The capacity tests are signed 32-bit comparisons, as on the device.
   if (seal) {
-    if (!(cap - 23 > inlen)) {
+    if (inlen < 0) {  // would digest 4 GiB
+      std::puts("invalid input params\r");
+      return -1;
+    }
+    if (!(static_cast<int32_t>(outcap - 23) > inlen)) {
       std::puts("output buf too small.\r");
       return -1;
     }
-    md5_make_digest(out, in, inlen > 0 ? static_cast<uint32_t>(inlen) : 0);
+    md5_make_digest(out, in, static_cast<uint32_t>(inlen));
     return des_min_do(in, inlen, out + 16, outcap - 16, key, 1) + 16;
   }
   if (inlen < 16) {  // not even a digest
     std::puts("invalid input params\r");
     return -1;
   }
-  if (!(inlen <= cap + 8)) {
+  if (!(inlen <= static_cast<int32_t>(outcap + 8))) {
     std::puts("output buf too small.\r");
     return -1;
   }
@@ -62,6 +67,7 @@ APUTIL_API int file_md5_des(const char *inpath, const char *outpath, int seal) {
       std::printf("file too large!\n ");
       break;
     }
+    std::memset(buf + got, 0, 8);  // unsealing reads a short last block whole
     const int n = md5_des(buf, static_cast<int>(got), result, kOutput, md5_getDesKey(), seal);
     if (n < 0) {
       std::puts("invalid len\r");

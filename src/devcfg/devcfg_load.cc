@@ -70,9 +70,10 @@ int init_product_info() {
   nm_api_getRegionName(region, sizeof region);
   for (const char *code : kSuffixRegions) {
     if (region[0] == code[0] && region[1] == code[1]) {
+      // The whole "_XX" and its terminator fit, or nothing is added.
       const size_t used = std::strlen(r.product_version);
-      const size_t room = sizeof r.product_version - used;
-      std::snprintf(r.product_version + used, room < 4 ? room : 4, "_%s", region);
+      if (used + 4 <= sizeof r.product_version)
+        std::snprintf(r.product_version + used, 4, "_%s", region);
       break;
     }
   }

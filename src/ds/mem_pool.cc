@@ -1,13 +1,9 @@
 // Fixed-block memory pool with an intrusive FIFO free list.
 #include "mem_pool.h"
 
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-static_assert(offsetof(mem_pool_t, freeList) == 16 || sizeof(void *) != 8);
-static_assert(offsetof(mem_pool_t, nameEnd) == offsetof(mem_pool_t, name) + MEM_POOL_NAME_LEN);
 
 namespace {
 

@@ -11,7 +11,7 @@ extern "C" APUTIL_API void cJSON_Minify(char *json) {
     } else if (c == '/' && json[1] == '/') {
       while (*json && *json != '\n') ++json;
     } else if (c == '/' && json[1] == '*') {
-      json += 2;
+      ++json;  // the closing "*/" may use the opening '*': "/*/" is a whole comment
       while (*json && !(json[0] == '*' && json[1] == '/')) ++json;
       if (*json) json += 2;  // an unterminated comment runs to the end
     } else if (c == '"') {

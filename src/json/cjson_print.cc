@@ -132,11 +132,11 @@ size_t format_number(const cJSON *item, char *buf, size_t size) {
   int n;
   if (std::fabs(static_cast<double>(item->valueint) - d) <= DBL_EPSILON && d <= INT_MAX && d >= INT_MIN)
     return static_cast<size_t>(std::to_chars(buf, end, item->valueint).ptr - buf);  // "%d"
-  if (std::fabs(floor_of(d) - d) <= DBL_EPSILON) {
-    // Below 2^63 such a value is a whole number (or within DBL_EPSILON above
-    // one, which "%.0f" rounds away as truncation does), so its integer
-    // digits are exactly what "%.0f" prints.
-    if (a < 9.2e18) return static_cast<size_t>(std::to_chars(buf, end, static_cast<long long>(d)).ptr - buf);
+  if (const double whole = floor_of(d); std::fabs(whole - d) <= DBL_EPSILON) {
+    // Below 2^63 such a value is a whole number, or within DBL_EPSILON above
+    // one, which "%.0f" rounds down to it (-1.9999999999999998 prints -2),
+    // so the integer digits of floor(d) are exactly what "%.0f" prints.
+    if (a < 9.2e18) return static_cast<size_t>(std::to_chars(buf, end, static_cast<long long>(whole)).ptr - buf);
     n = std::snprintf(buf, size, "%.0f", d);
   } else if (a < 1.0e-6 || a > 1.0e9) {
     if (a > 1.0e9 && a < 9007199254740992.0) return static_cast<size_t>(put_sci6(buf, d) - buf);
@@ -198,7 +198,7 @@ template <class Sink>
 bool print_array(const cJSON *item, int depth, bool fmt, Sink &out) {
   out.put('[');
   for (const cJSON *c = item->child; c; c = c->next) {
-    if (!print_value(c, depth, fmt, out)) return false;
+    if (!print_value(c, depth + 1, fmt, out)) return false;  // elements one level deeper
     if (c->next) {
       out.put(',');
       if (fmt) out.put(' ');

@@ -24,8 +24,10 @@ const char *g_error_ptr = nullptr;
 
 char fold(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
+// Item `which` of an array; a negative index counts as 0, as it always has
+// for callers of this interface.
 cJSON *item_at(cJSON *array, int which) {
-  if (!array || which < 0) return nullptr;
+  if (!array) return nullptr;
   cJSON *c = array->child;
   while (c && which > 0) {
     c = c->next;
@@ -34,13 +36,35 @@ cJSON *item_at(cJSON *array, int which) {
   return c;
 }
 
-// Index of the first member named string (ASCII case folding), or -1.
-int index_of(cJSON *object, const char *string) {
-  if (!object || !string) return -1;
-  int i = 0;
-  for (cJSON *c = object->child; c; c = c->next, ++i)
-    if (equal_nocase(c->string, string)) return i;
-  return -1;
+// The first member named string (ASCII case folding), or nullptr.
+cJSON *member(cJSON *object, const char *string) {
+  if (!object || !string) return nullptr;
+  for (cJSON *c = object->child; c; c = c->next)
+    if (equal_nocase(c->string, string)) return c;
+  return nullptr;
+}
+
+// Unlink c from its container; returns c.
+cJSON *detach(cJSON *container, cJSON *c) {
+  if (!c) return nullptr;
+  if (c->prev) c->prev->next = c->next;
+  if (c->next) c->next->prev = c->prev;
+  if (c == container->child) container->child = c->next;
+  c->prev = c->next = nullptr;
+  return c;
+}
+
+// Put newitem in c's place and delete c.
+void replace(cJSON *container, cJSON *c, cJSON *newitem) {
+  newitem->next = c->next;
+  newitem->prev = c->prev;
+  if (newitem->next) newitem->next->prev = newitem;
+  if (c == container->child)
+    container->child = newitem;
+  else
+    newitem->prev->next = newitem;
+  c->next = c->prev = nullptr;
+  cJSON_Delete(c);
 }
 
 cJSON *new_typed(int type) {
@@ -108,9 +132,7 @@ APUTIL_API int cJSON_GetArraySize(cJSON *array) {
 
 APUTIL_API cJSON *cJSON_GetArrayItem(cJSON *array, int item) { return item_at(array, item); }
 
-APUTIL_API cJSON *cJSON_GetObjectItem(cJSON *object, const char *string) {
-  return item_at(object, index_of(object, string));
-}
+APUTIL_API cJSON *cJSON_GetObjectItem(cJSON *object, const char *string) { return member(object, string); }
 
 APUTIL_API const char *cJSON_GetErrorPtr(void) { return g_error_ptr; }
 
@@ -203,22 +225,14 @@ APUTIL_API void cJSON_AddItemReferenceToObject(cJSON *object, const char *string
   if (ref && !ref->string) hook_free(ref);  // the name copy failed
 }
 
-APUTIL_API cJSON *cJSON_DetachItemFromArray(cJSON *array, int which) {
-  cJSON *c = item_at(array, which);
-  if (!c) return nullptr;
-  if (c->prev) c->prev->next = c->next;
-  if (c->next) c->next->prev = c->prev;
-  if (c == array->child) array->child = c->next;
-  c->prev = c->next = nullptr;
-  return c;
-}
+APUTIL_API cJSON *cJSON_DetachItemFromArray(cJSON *array, int which) { return detach(array, item_at(array, which)); }
 
 APUTIL_API void cJSON_DeleteItemFromArray(cJSON *array, int which) {
   cJSON_Delete(cJSON_DetachItemFromArray(array, which));
 }
 
 APUTIL_API cJSON *cJSON_DetachItemFromObject(cJSON *object, const char *string) {
-  return cJSON_DetachItemFromArray(object, index_of(object, string));
+  return detach(object, member(object, string));
 }
 
 APUTIL_API void cJSON_DeleteItemFromObject(cJSON *object, const char *string) {
@@ -227,26 +241,17 @@ APUTIL_API void cJSON_DeleteItemFromObject(cJSON *object, const char *string) {
 
 APUTIL_API void cJSON_ReplaceItemInArray(cJSON *array, int which, cJSON *newitem) {
   cJSON *c = item_at(array, which);
-  if (!c || !newitem) return;
-  newitem->next = c->next;
-  newitem->prev = c->prev;
-  if (newitem->next) newitem->next->prev = newitem;
-  if (c == array->child)
-    array->child = newitem;
-  else
-    newitem->prev->next = newitem;
-  c->next = c->prev = nullptr;
-  cJSON_Delete(c);
+  if (c && newitem) replace(array, c, newitem);
 }
 
 APUTIL_API void cJSON_ReplaceItemInObject(cJSON *object, const char *string, cJSON *newitem) {
-  int i = index_of(object, string);
-  if (i < 0 || !newitem) return;
+  cJSON *c = member(object, string);
+  if (!c || !newitem) return;
   char *name = dup_string(string);
   if (!name) return;
   if (newitem->string) hook_free(newitem->string);
   newitem->string = name;
-  cJSON_ReplaceItemInArray(object, i, newitem);
+  replace(object, c, newitem);
 }
 
 APUTIL_API cJSON *cJSON_Duplicate(cJSON *item, int recurse) {

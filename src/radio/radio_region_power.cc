@@ -26,6 +26,9 @@ using aputil::radio::usable;
 
 namespace {
 
+using uint128_t = unsigned __int128;  // one bit per channel index (at most 66)
+static_assert(RADIO_REGION_MAX_CHAN < 128);
+
 // The record of chanIndex 1..chanNum; nullptr (with the chanIndex message
 // for an index past chanNum) otherwise.
 const radio_chan_rec_t *record(const char *func, int line, const radio_region_tbl_t &t, uint32_t chanIndex) {
@@ -46,11 +49,16 @@ uint32_t index_of(const radio_region_tbl_t &t, uint32_t value, bool by_freq) {
   return 0;
 }
 
-bool excluded(uint32_t rid, uint32_t index, const uint16_t *exclude) {
-  if (!exclude) return false;
-  for (uint16_t i = 1; i <= exclude[0]; ++i)
-    if (radio_region_Freq2Index(rid, exclude[i]) == index) return true;
-  return false;
+// The 1-based indexes that the exclusion list names, as a bit set: each
+// listed frequency is looked up once, whatever the count (0 to 65535).
+uint128_t excluded_indexes(uint32_t rid, const uint16_t *exclude) {
+  uint128_t set = 0;
+  if (!exclude) return set;
+  for (uint32_t i = 1; i <= exclude[0]; ++i) {
+    const uint32_t index = radio_region_Freq2Index(rid, exclude[i]);
+    if (index) set |= uint128_t{1} << index;
+  }
+  return set;
 }
 
 }  // namespace
@@ -96,10 +104,11 @@ APUTIL_API uint32_t radio_region_getMaxPowerByChan(uint32_t rid, uint32_t chanIn
     const radio_chan_rec_t *r = record("radio_region_getMaxPowerByChan", 967, *t, chanIndex);
     return r ? static_cast<uint32_t>(r->maxPower) : 0;
   }
+  const uint128_t skip = excluded_indexes(rid, exclude);
   uint32_t best = 0;
   for (uint32_t k = 0; k < t->chanNum; ++k) {
     const radio_chan_rec_t &r = t->chanRec[k];
-    if (usable(r) && !excluded(rid, k + 1, exclude) && static_cast<uint32_t>(r.maxPower) > best)
+    if (usable(r) && !(skip >> (k + 1) & 1) && static_cast<uint32_t>(r.maxPower) > best)
       best = static_cast<uint32_t>(r.maxPower);
   }
   return best;

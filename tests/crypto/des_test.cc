@@ -50,16 +50,18 @@ TEST(Des, LengthAndCapacityRules) {
   EXPECT_EQ(des_min_do(&one, 1, out, 9, kKey, 1), 8);
   const Bytes padded = openssl_ecb({0xAB, 0, 0, 0, 0, 0, 0, 0}, true);
   EXPECT_EQ(Bytes(out, out + 8), padded);  // zero-padded last block
-  // A short last ciphertext block decrypts to its own length, uncounted.
-  uint8_t cipher[12];
-  std::memcpy(cipher, padded.data(), 8);
-  std::memset(cipher + 8, 0x55, 4);
-  uint8_t plain[32];
+  // Encrypting 13 bytes writes 16; decrypting that buffer with length 13
+  // deciphers the whole last block, writes 13 bytes and counts 8.
+  const Bytes msg = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13};
+  uint8_t sealed[24], plain[24];
+  EXPECT_EQ(des_min_do(msg.data(), 13, sealed, sizeof sealed, kKey, 1), 16);
   std::memset(plain, 0xEE, sizeof plain);
-  EXPECT_EQ(des_min_do(cipher, 12, plain, 32, kKey, 0), 8);
-  EXPECT_EQ(plain[0], 0xAB);
-  EXPECT_NE(plain[11], 0xEE);
-  EXPECT_EQ(plain[12], 0xEE);
+  EXPECT_EQ(des_min_do(sealed, 13, plain, sizeof plain, kKey, 0), 8);
+  EXPECT_EQ(Bytes(plain, plain + 13), msg);
+  EXPECT_EQ(plain[13], 0xEE);
+  // The capacity test is the signed 32-bit cap - 7 <= len.
+  EXPECT_EQ(des_min_do(msg.data(), 8, out, 0xFFFFFFF0u, kKey, 1), 0);
+  EXPECT_EQ(des_min_do(msg.data(), 8, out, 0x7FFFFFFFu, kKey, 1), 8);
   EXPECT_EQ(des_min_do(nullptr, 8, out, 16, kKey, 1), 0);
   Bytes buf(12, 7);
   EXPECT_EQ(des_min_do_ex(buf.data(), 12, kKey, 1), 0);
@@ -91,6 +93,13 @@ TEST(Des, PcbcRoundTripAndErrorPropagation) {
     EXPECT_NE(Bytes(back.begin() + 8 * blk, back.begin() + 8 * blk + 8),
               Bytes(plain.begin() + 8 * blk, plain.begin() + 8 * blk + 8))
         << blk;
+  // A short last block: encryption writes it whole, decryption deciphers
+  // it whole and writes only its own bytes.
+  Bytes part(16), part_back(16, 0xEE);
+  EXPECT_EQ(des_min_do_pcbc(plain.data(), part.data(), 13, kKey, iv, 1), 1);
+  EXPECT_EQ(des_min_do_pcbc(part.data(), part_back.data(), 13, kKey, iv, 0), 1);
+  EXPECT_EQ(Bytes(part_back.begin(), part_back.begin() + 13), Bytes(plain.begin(), plain.begin() + 13));
+  EXPECT_EQ(part_back[13], 0xEE);
   EXPECT_EQ(des_min_do_pcbc(plain.data(), cipher.data(), 0, kKey, iv, 1), 1);
   EXPECT_EQ(des_min_do_pcbc(plain.data(), cipher.data(), 8, kKey, nullptr, 1), 0);
 }

@@ -97,6 +97,16 @@ TEST(Seal, KeysAndBufferRules) {
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(sealed, 32, plain, 23, key, 0), -1); }), "output buf too small.\r\n");
   EXPECT_EQ(md5_des(sealed, 32, plain, 24, key, 0), 16);
   EXPECT_EQ(md5_des(in, 0, sealed, 24, key, 1), 16);  // the digest alone
+  // The capacity checks are signed 32-bit comparisons: a capacity that is
+  // negative as an int is too small, and nothing is written.
+  uint8_t small[8] = {0};
+  for (int seal : {1, 0})
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(sealed, 32, small, 0xFFFFFFF0u, key, seal), -1); }),
+              "output buf too small.\r\n");
+  EXPECT_EQ(md5_des(in, 16, sealed, 0x7FFFFFFFu, key, 1), 32);
+  // A negative length is refused before anything is written.
+  EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(in, -1, small, 64, key, 1), -1); }), "invalid input params\r\n");
+  EXPECT_EQ(small[0], 0);
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(sealed, 8, plain, 64, key, 0), -1); }), "invalid input params\r\n");
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(nullptr, 8, plain, 64, key, 0), -1); }), "invalid input params\r\n");
 }

@@ -153,6 +153,30 @@ TEST(Rsa, BigNumbersAndHashes) {
   RSA_Bignum zero = RSA_bignum_from_int(0);
   EXPECT_EQ(RSA_modpow(seven, three, zero), nullptr);
   for (RSA_Bignum b : {a, seven, mod, three, p, inv, one, unit, big, rem, zero}) RSA_freebn(b);
+}
+
+// A zero result still owns its one limb: every operation that can produce
+// zero is read back in full (ASan and valgrind see a read past it).
+TEST(Rsa, ZeroResultsOwnOneLimb) {
+  RSA_Bignum zero = RSA_bignum_from_int(0), one = RSA_bignum_from_int(1), six = RSA_bignum_from_int(6),
+             three = RSA_bignum_from_int(3);
+  const uint8_t none = 0;
+  RSA_Bignum results[] = {
+      RSA_bignum_from_bytes(&none, 0), RSA_bignum_from_bytes(&none, 1), RSA_bigmod(six, three),
+      RSA_modmul(six, one, three),     RSA_modpow(six, three, three),   RSA_bigmuladd(zero, one, zero),
+  };
+  for (RSA_Bignum r : results) {
+    ASSERT_NE(r, nullptr);
+    EXPECT_EQ(r[0], 1);
+    EXPECT_EQ(r[1], 0);
+    EXPECT_EQ(RSA_bignum_bitcount(r), 0);
+    EXPECT_EQ(RSA_bignum_cmp(r, zero), 0);
+    RSA_Bignum sum = RSA_bigmuladd(r, one, one);  // 0 x 1 + 1
+    EXPECT_EQ(RSA_bignum_cmp(sum, one), 0);
+    RSA_freebn(sum);
+    RSA_freebn(r);
+  }
+  for (RSA_Bignum b : {zero, one, six, three}) RSA_freebn(b);
 
   uint8_t sha1[20];
   RSA_SHA_Simple("abc", 3, sha1);

@@ -220,6 +220,11 @@ TEST_F(DevcfgTest, ModelDirectoryFromIdentityAndRegion) {
       {"AP100 X(EU):2.0", "", "/etc/AP100_X_2.0"},
       {"AP 100(US):1.1\r\nmore", "CA", "/etc/AP_100_1.1_CA"},
       {"AP1(X):123456789012345678", "AU", "/etc/AP1_123456789012345"},  // full field: no room for "_AU"
+      // The whole suffix fits (with the terminator) or none is added.
+      {"AP1(X):123456789012", "JP", "/etc/AP1_123456789012_JP"},
+      {"AP1(X):1234567890123", "JP", "/etc/AP1_1234567890123"},
+      {"AP1(X):12345678901234", "JP", "/etc/AP1_12345678901234"},
+      {"AP1(X):123456789012345", "JP", "/etc/AP1_123456789012345"},
   };
   for (const auto &c : cases) {
     reload();

@@ -35,7 +35,11 @@ TEST(MemPool, NamesAndRefusals) {
   const std::string n32(32, 'n');
   mem_pool_t *pool = mem_pool_create(n32.c_str(), 16, 1);
   ASSERT_NE(pool, nullptr);
-  EXPECT_EQ(std::string(pool->name), n32);  // whole, ended by the byte after the field
+  // The field holds all 32 characters and no terminator; the block memory
+  // pointer follows it directly, as in the device's header.
+  EXPECT_EQ(std::string(pool->name, MEM_POOL_NAME_LEN), n32);
+  EXPECT_EQ(reinterpret_cast<char *>(&pool->blocks), pool->name + MEM_POOL_NAME_LEN);
+  EXPECT_NE(mem_pool_alloc(pool), nullptr);
   mem_pool_delete(pool);
   EXPECT_EQ(stdout_of([] { EXPECT_EQ(mem_pool_create(std::string(33, 'n').c_str(), 16, 1), nullptr); }),
             "memory pool name is too long(33), max 32 is allowed.\r\n");

@@ -36,6 +36,15 @@ TEST(JsonPrint, NumberRules) {
   EXPECT_EQ(number(2147483647.0), "2147483647");
   EXPECT_EQ(number(-2147483648.0), "-2147483648");
   EXPECT_EQ(number(1.0 + DBL_EPSILON), "1");
+  // Within DBL_EPSILON above a whole number but not equal to valueint
+  // (truncated toward zero): "%.0f", which rounds to that whole number.
+  for (double v : {-2.0 + DBL_EPSILON, -1.0 + DBL_EPSILON / 2, -1.0 + DBL_EPSILON / 4, -2147483649.0 + 0.0}) {
+    char want[64];
+    std::snprintf(want, sizeof want, "%.0f", v);
+    EXPECT_EQ(number(v), want) << want;
+  }
+  EXPECT_EQ(number(-1.9999999999999998), "-2");
+  EXPECT_EQ(number(-0.99999999999999989), "-1");
   // Whole values outside it: "%.0f".
   EXPECT_EQ(number(2147483648.0), "2147483648");
   EXPECT_EQ(number(-3e9), "-3000000000");
@@ -141,8 +150,8 @@ TEST(JsonPrint, FormattedLayout) {
             "{\n"
             "\t\"a\":\t1,\n"
             "\t\"b\":\t[1, 2, {\n"
-            "\t\t\"c\":\tnull\n"
-            "\t}],\n"
+            "\t\t\t\"c\":\tnull\n"
+            "\t\t}],\n"
             "\t\"d\":\t{\n"
             "},\n"
             "\t\"e\":\t{\n"
@@ -154,6 +163,24 @@ TEST(JsonPrint, FormattedLayout) {
             "\t\"i\":\t[true, false]\n"
             "}");
   cJSON_Delete(t);
+
+  // An array's elements print one level deeper than the array; an empty
+  // object closes one tab short of the depth it is printed at.
+  const struct {
+    const char *in, *out;
+  } nested[] = {
+      {R"([{"a":1}])", "[{\n\t\t\"a\":\t1\n\t}]"},
+      {"[{}]", "[{\n}]"},
+      {"[[{}]]", "[[{\n\t}]]"},
+      {R"({"a":{}})", "{\n\t\"a\":\t{\n}\n}"},
+      {R"([[{"a":[{"b":2}]}],{}])", "[[{\n\t\t\t\"a\":\t[{\n\t\t\t\t\t\"b\":\t2\n\t\t\t\t}]\n\t\t}], {\n}]"},
+      {"[]", "[]"},
+  };
+  for (const auto &c : nested) {
+    cJSON *doc = cJSON_Parse(c.in);
+    EXPECT_EQ(printed(doc, true), c.out) << c.in;
+    cJSON_Delete(doc);
+  }
 
   cJSON *empty = cJSON_CreateObject();
   EXPECT_EQ(printed(empty, true), "{\n}");

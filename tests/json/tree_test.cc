@@ -45,7 +45,8 @@ TEST(JsonTree, ArrayIndexing) {
   EXPECT_EQ(cJSON_GetArrayItem(a, 0)->valueint, 10);
   EXPECT_EQ(cJSON_GetArrayItem(a, 2)->valueint, 30);
   EXPECT_EQ(cJSON_GetArrayItem(a, 3), nullptr);
-  EXPECT_EQ(cJSON_GetArrayItem(a, -1), nullptr);
+  EXPECT_EQ(cJSON_GetArrayItem(a, -1)->valueint, 10);  // a negative index counts as 0
+  EXPECT_EQ(cJSON_GetArrayItem(a, INT32_MIN)->valueint, 10);
   EXPECT_EQ(cJSON_GetArraySize(nullptr), 0);
   EXPECT_EQ(cJSON_GetArrayItem(nullptr, 0), nullptr);
   cJSON_Delete(a);
@@ -67,7 +68,17 @@ TEST(JsonTree, DetachDeleteAndReplaceKeepLinks) {
   cJSON_Delete(middle);
   cJSON_Delete(last);
   EXPECT_EQ(cJSON_DetachItemFromArray(a, 5), nullptr);
-  EXPECT_EQ(cJSON_DetachItemFromArray(a, -1), nullptr);
+  cJSON *negative = cJSON_DetachItemFromArray(a, -1);  // the first item
+  ASSERT_NE(negative, nullptr);
+  EXPECT_EQ(negative->valueint, 1);
+  cJSON_AddItemToArray(a, negative);
+  EXPECT_EQ(compact(a), "[3,1]");
+  cJSON_ReplaceItemInArray(a, -7, cJSON_CreateNumber(4));
+  cJSON_DeleteItemFromArray(a, -2);
+  EXPECT_EQ(compact(a), "[1]");
+  cJSON_ReplaceItemInArray(a, 0, cJSON_CreateNumber(3));
+  cJSON_AddItemToArray(a, cJSON_CreateNumber(1));
+  EXPECT_EQ(compact(a), "[3,1]");
 
   cJSON_ReplaceItemInArray(a, 0, cJSON_CreateString("a"));
   cJSON_ReplaceItemInArray(a, 1, cJSON_CreateString("b"));
@@ -214,6 +225,8 @@ TEST(JsonTree, Minify) {
       {"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"},
       {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
       {"{\"s\": \"keep  // this /* too */ \\\" and \\\\\"}", "{\"s\":\"keep  // this /* too */ \\\" and \\\\\"}"},
+      {"/*/ 1", "1"},  // the comment's closing "*/" may share its opening '*'
+      {"[1/**/,2/*/*/]", "[1,2*/]"},  // "/*/" closes at once, so "*/" is text
       {"[1] /* never closed", "[1]"},
       {"[1] // no line end", "[1]"},
       {"\"open string \\", "\"open string \\"},

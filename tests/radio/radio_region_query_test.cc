@@ -3,6 +3,7 @@
 #include <functional>
 #include <tuple>
 #include <string>
+#include <vector>
 
 #include "region_fixture.h"
 
@@ -80,6 +81,11 @@ TEST_F(RegionQueryTest, PowerFollowsTheUsableRuleAndExclusions) {
   const uint16_t nothing_known[] = {2, 2400, 5000};
   EXPECT_EQ(radio_region_getMaxPowerByChan(0, 0, nothing_known), 27u);
   EXPECT_EQ(radio_region_getMaxPowerByChan(0, 0, nullptr), 27u);
+  // Every count a u16 holds, up to 65535 with the only known frequency last.
+  std::vector<uint16_t> longest(65536, 2400);
+  longest[0] = 65535;
+  longest[65535] = 2417;
+  EXPECT_EQ(radio_region_getMaxPowerByChan(0, 0, longest.data()), 20u);
   EXPECT_EQ(radio_region_getMaxPowerByChan(0, 3, exclude), 40u);  // by index: no rule, no list
   EXPECT_EQ(stderr_of([&] { EXPECT_EQ(radio_region_getMaxPowerByChan(0, 4, exclude), 0u); }),
             err("radio_region_getMaxPowerByChan", 967, "invalid chanIndex:4\n"));
