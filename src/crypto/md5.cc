@@ -6,11 +6,6 @@
 #include "aputil_build_config.h"
 #include "crypto.h"
 
-static_assert(offsetof(kx_MD5_CTX, state) == 8);
-static_assert(offsetof(kx_MD5_CTX, buffer) == 24);
-static_assert(offsetof(kx_MD5_CTX, digest) == 88);
-static_assert(sizeof(kx_MD5_CTX) == 104);
-
 namespace {
 
 uint32_t rotl(uint32_t x, int n) { return (x << n) | (x >> (32 - n)); }

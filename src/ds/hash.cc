@@ -5,10 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 
-static_assert(offsetof(hash_table_t, count) == 3 * sizeof(void *));
-static_assert(offsetof(hash_table_t, size) == 3 * sizeof(void *) + 4);
-static_assert(offsetof(hash_table_t, autoShrink) == 3 * sizeof(void *) + 8);
-
 namespace {
 
 constexpr uint32_t kMinSize = 29;

@@ -12,15 +12,6 @@
 #include <cstring>
 #include <ctime>
 
-static_assert(offsetof(evloop_event_t, fd) == 0);
-static_assert(offsetof(evloop_event_t, registered) == 4);
-static_assert(offsetof(evloop_event_t, data) == sizeof(void *));
-static_assert(offsetof(evloop_event_t, callback) == 2 * sizeof(void *));
-static_assert(offsetof(evloop_timer_t, pending) == 2 * sizeof(void *));
-static_assert(offsetof(evloop_timer_t, callback) == 3 * sizeof(void *));
-static_assert(offsetof(evloop_timer_t, sec) == 4 * sizeof(void *));
-static_assert(offsetof(evloop_timer_t, usec) == 4 * sizeof(void *) + 8);
-
 namespace aputil::evloop {
 namespace {
 

@@ -4,20 +4,6 @@
 
 #include "json/cjson_internal.h"
 
-// The item layout is part of the ABI that C callers compile against.
-static_assert(offsetof(cJSON, next) == 0);
-static_assert(offsetof(cJSON, prev) == sizeof(void *));
-static_assert(offsetof(cJSON, child) == 2 * sizeof(void *));
-static_assert(offsetof(cJSON, type) == 3 * sizeof(void *));
-#if __SIZEOF_POINTER__ == 8
-static_assert(offsetof(cJSON, valuestring) == 32);
-static_assert(offsetof(cJSON, valueint) == 40);
-static_assert(offsetof(cJSON, valuedouble) == 48);
-static_assert(offsetof(cJSON, string) == 56);
-static_assert(sizeof(cJSON) == 64);
-static_assert(sizeof(cJSON_Hooks) == 16);
-#endif
-
 namespace aputil::json {
 namespace {
 const char *g_error_ptr = nullptr;

@@ -19,15 +19,6 @@ namespace aputil::radio {
 
 RegionTbl g_region;
 
-static_assert(sizeof(radio_chan_rec_t) == 20);
-static_assert(offsetof(radio_chan_rec_t, maxPower) == 16);
-static_assert(offsetof(radio_region_tbl_t, chanRec) == 4);
-static_assert(sizeof(radio_region_tbl_t) == 4 + 66 * 20);
-static_assert(offsetof(radio_chan_list_t, count) == 2 && offsetof(radio_chan_list_t, entries) == 4);
-static_assert(sizeof(radio_chan_list_t) == 136);
-static_assert(sizeof(radio_block_list_t) == 134);
-static_assert(sizeof(radio_capacity_t) == 28);
-
 namespace {
 
 const char kLoader[] = "_radio_region_init";

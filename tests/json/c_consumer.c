@@ -1,12 +1,24 @@
-/* A plain C99 program using the JSON interface through the shared library:
- * the header compiles as C, the item layout agrees with the library's, and
- * the interface works end to end. */
+/* A plain C99 program built against every public header at once
+ * (-std=c99 -pedantic, warnings as errors): the headers compile together as
+ * C, the C view of the records agrees with the library's, and the JSON
+ * interface works end to end through the shared library. */
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "base64.h"
+#include "ble.h"
 #include "cJSON.h"
+#include "crypto.h"
+#include "devcfg.h"
+#include "evloop.h"
+#include "hash.h"
+#include "mem_pool.h"
+#include "radio_config.h"
+#include "radio_region.h"
+#include "util.h"
+#include "util_dbg.h"
 
 static int failed;
 
@@ -26,6 +38,12 @@ int main(void)
     CHECK(offsetof(cJSON, type) == 3 * sizeof(void *));
     CHECK(offsetof(cJSON, string) + sizeof(char *) == sizeof(cJSON));
     CHECK(cJSON_False == 0 && cJSON_True == 1 && cJSON_Object == 6 && cJSON_IsReference == 256);
+    /* The C compiler's view of the records with pointers (LP64). */
+    CHECK(sizeof(cJSON) == 64 && offsetof(cJSON, valuedouble) == 48);
+    CHECK(sizeof(mem_pool_t) == 72 && offsetof(mem_pool_t, blocks) == 64);
+    CHECK(sizeof(hash_table_t) == 48 && offsetof(hash_table_t, slots) == 40);
+    CHECK(sizeof(evloop_timer_t) == 48 && offsetof(evloop_timer_t, sec) == 32);
+    CHECK(sizeof(radio_region_tbl_t) == 1324 && sizeof(kx_MD5_CTX) == 104);
 
     root = cJSON_Parse("{\"LanPort\": {\"dlPortNum\": 2, \"ulPortIfName\": \"eth0\", \"poe\": true}}");
     CHECK(root != NULL);
