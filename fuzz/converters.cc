@@ -4,8 +4,10 @@
 #include <vector>
 
 #include "util.h"
+#include "quiet.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz::Quiet quiet;
   if (size > 4096) return 0;
   const std::string text(reinterpret_cast<const char *>(data), size);
   const char *s = text.c_str();

@@ -4,7 +4,7 @@
 #include "fuzz_root.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::quiet();
+  fuzz::Quiet quiet;
   fuzz::model();
   // The first 64 bytes (at most) are the product-info partition.
   const size_t info = size > 0 ? (data[0] % 64) : 0;

@@ -2,8 +2,10 @@
 #include <cstring>
 
 #include "util.h"
+#include "quiet.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  fuzz::Quiet quiet;
   static uint8_t question[300];
   static const uint32_t qlen = util_kx_generateDnsQueryField("host.example.lan", question);
   uint8_t pkt[1500] = {0};

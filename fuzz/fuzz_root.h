@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <string>
 
+#include "quiet.h"
+
 namespace fuzz {
 
 inline const std::string &root() {
@@ -44,13 +46,5 @@ inline void model() {
             {"band": 5, "mimo": 2, "anttgain": 3, "mode": 31}]})");
 }
 
-// Quiet the library's console lines while fuzzing.
-inline void quiet() {
-  static bool done = [] {
-    std::freopen("/dev/null", "w", stdout);
-    return true;
-  }();
-  (void)done;
-}
 
 }  // namespace fuzz

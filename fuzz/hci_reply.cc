@@ -6,7 +6,7 @@
 #include "fuzz_root.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::quiet();
+  fuzz::Quiet quiet;
   if (size < 1 || size > 60000) return 0;
   int p[2];
   if (pipe(p) != 0) return 0;

@@ -4,7 +4,7 @@
 #include "radio_config.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::quiet();
+  fuzz::Quiet quiet;
   static bool once = (fuzz::model(), true);
   (void)once;
   fuzz::write("/etc/AP100_X_2.0/radio_config.json", data, size);

@@ -3,14 +3,13 @@
 #include "radio_region.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  fuzz::quiet();
+  fuzz::Quiet quiet;
   static bool once = (fuzz::model(), true);
   (void)once;
   if (size < 2) return 0;
   const int code = data[0] | data[1] << 8;
   fuzz::write("/etc/AP100_X_2.0/ath/REG_DOMAIN2", data + 2, size - 2);
   fuzz::write("/etc/AP100_X_2.0/ath/REG_DOMAIN5", data + 2, size - 2);
-  std::freopen("/dev/null", "w", stderr);
   radio_region_init(code);
   for (uint32_t rid = 0; rid < 2; ++rid) {
     radio_region_tbl_t t;
@@ -27,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     radio_region_getPowerRange(rid, &lo, &hi);
     const uint16_t exclude[3] = {2, 5180, 2412};
     radio_region_getMaxPowerByChan(rid, 0, exclude);
-    for (uint32_t k = 0; k <= t.chanNum + 1; ++k) {
+    for (uint32_t k = 0; k <= uint32_t{t.chanNum} + 1; ++k) {
       radio_region_chanIndex2Freq(rid, k);
       radio_region_getChanCommonFlag(rid, k);
       if (k && k <= t.chanNum) radio_region_checkChannelValid(static_cast<int>(k % 9), &t.chanRec[k - 1]);

@@ -35,6 +35,7 @@ typedef struct kx_MD5_CTX {
 } kx_MD5_CTX;
 
 APUTIL_API void kx_MD5_Init(kx_MD5_CTX *ctx);
+/* Adds len bytes; a NULL data pointer adds nothing, whatever len says. */
 APUTIL_API void kx_MD5_Update(kx_MD5_CTX *ctx, const void *data, uint32_t len);
 APUTIL_API void kx_MD5_Final(uint8_t digest[16], kx_MD5_CTX *ctx);
 /* digest = MD5(data). */

@@ -36,11 +36,13 @@ APUTIL_API hash_table_t *hash_new(uint32_t (*elemHash)(const void *elem), uint32
                                   int (*keyMatch)(const void *elem, const void *key));
 /* Free the table (not the elements); NULL is allowed. */
 APUTIL_API void hash_delete(hash_table_t *t);
-/* Returns: 0, or -1 when the pointer is already stored or growth failed. */
+/* Returns: 0, or -1 when the pointer is already stored, growth failed, or
+ * t or elem is NULL (nothing changes). */
 APUTIL_API int hash_add(hash_table_t *t, void *elem);
-/* Returns: 0, or -1 when the pointer is not stored. */
+/* Returns: 0, or -1 when the pointer is not stored or t or elem is NULL. */
 APUTIL_API int hash_remove(hash_table_t *t, void *elem);
-/* The first element along the key's probe sequence that matches, or NULL. */
+/* The first element along the key's probe sequence that matches, or NULL
+ * (also for a NULL t; key goes to the callbacks as it is). */
 APUTIL_API void *hash_get(hash_table_t *t, const void *key);
 /* Hash len bytes with a seed: each whole 4-byte little-endian word is added
  * and mixed (Thomas Wang's 32-bit mix); the 1..3 tail bytes are added

@@ -111,11 +111,14 @@ APUTIL_API char *util_oui_arrayToStr(const uint8_t *oui, const uint8_t *mask, ch
  * first); the arrays must hold as many groups as the text has. */
 APUTIL_API int util_oui_strToArray(const char *str, uint8_t *oui, uint8_t *mask);
 /* Split str in place at runs of sep; tokens must hold max + 1 pointers.
+ * A negative max is refused before anything is written.
  * Returns: the token count, or -1 when there are more than max. */
 APUTIL_API int util_formatStr2Array(char *str, char sep, int32_t max, char **tokens);
-/* "D days HH:MM:SS". Returns dst. */
+/* "D days HH:MM:SS" (at most 19 characters, so dst holds 20 bytes).
+ * Returns dst. */
 APUTIL_API char *util_time_numToStr(uint32_t seconds, char *dst);
-/* "HH:MM" (no range check). Returns dst. */
+/* "%02d:%02d" of hour and minute (no range check): dst holds 6 bytes for
+ * values 0..99 and 24 for any two ints. Returns dst. */
 APUTIL_API char *util_time_hourMinute2Str(int32_t hour, int32_t minute, char *dst);
 /* "HH:MM" to numbers (no range check); on failure both are set to 0. */
 APUTIL_API int util_time_str2HourMinute(const char *str, int32_t *hour, int32_t *minute);

@@ -126,6 +126,7 @@ APUTIL_API void kx_MD5_Init(kx_MD5_CTX *ctx) {
 }
 
 APUTIL_API void kx_MD5_Update(kx_MD5_CTX *ctx, const void *data, uint32_t len) {
+  if (!ctx || !data || len == 0) return;  // nothing to add (a NULL buffer counts as empty)
   const auto *in = static_cast<const uint8_t *>(data);
   uint32_t used = (ctx->bits[0] >> 3) & 63;
   const uint32_t low = ctx->bits[0] + (len << 3);

@@ -95,6 +95,7 @@ APUTIL_API void hash_delete(hash_table_t *t) {
 }
 
 APUTIL_API int hash_add(hash_table_t *t, void *elem) {
+  if (!t || !elem) return -1;  // a NULL element would read as an empty slot
   // (count * 100 + 100) / size > 25, in 32-bit arithmetic, without dividing.
   if (uint32_t{t->count * 100 + 100} >= uint64_t{t->size} * 26 && resize(t, true) != 0) return -1;
   if (t->count >= t->size / 2) return -1;
@@ -109,6 +110,7 @@ APUTIL_API int hash_add(hash_table_t *t, void *elem) {
 }
 
 APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
+  if (!t || !elem) return -1;
   uint32_t i = slot_of(t->elemHash(elem), t->size);
   while (t->slots[i] != elem) {
     if (!t->slots[i]) return -1;
@@ -143,6 +145,7 @@ APUTIL_API int hash_remove(hash_table_t *t, void *elem) {
 }
 
 APUTIL_API void *hash_get(hash_table_t *t, const void *key) {
+  if (!t) return nullptr;
   for (uint32_t i = slot_of(t->keyHash(key), t->size); t->slots[i]; i = next(t, i))
     if (t->keyMatch(t->slots[i], key)) return t->slots[i];
   return nullptr;

@@ -1,18 +1,38 @@
 // Fixed-block memory pool with an intrusive FIFO free list.
 #include "mem_pool.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-void append(mem_pool_t *pool, mem_pool_link_t *node) {
-  mem_pool_link_t *head = &pool->freeList;
-  node->next = head;
-  node->prev = head->prev;
-  head->prev->next = node;
-  head->prev = node;
+// The links of a free block sit at its start, which the stride may leave
+// unaligned (a block size of 20, say): they are read and written as bytes.
+// The list head inside the pool header is accessed the same way.
+using Link = mem_pool_link_t;
+
+Link *next_of(const Link *node) {
+  Link *v;
+  std::memcpy(&v, reinterpret_cast<const char *>(node) + offsetof(Link, next), sizeof v);
+  return v;
+}
+Link *prev_of(const Link *node) {
+  Link *v;
+  std::memcpy(&v, reinterpret_cast<const char *>(node) + offsetof(Link, prev), sizeof v);
+  return v;
+}
+void set_next(Link *node, Link *v) { std::memcpy(reinterpret_cast<char *>(node) + offsetof(Link, next), &v, sizeof v); }
+void set_prev(Link *node, Link *v) { std::memcpy(reinterpret_cast<char *>(node) + offsetof(Link, prev), &v, sizeof v); }
+
+void append(mem_pool_t *pool, Link *node) {
+  Link *head = &pool->freeList;
+  Link *last = prev_of(head);
+  set_next(node, head);
+  set_prev(node, last);
+  set_next(last, node);
+  set_prev(head, node);
 }
 
 }  // namespace
@@ -50,7 +70,7 @@ APUTIL_API mem_pool_t *mem_pool_create(const char *name, uint32_t size, int coun
   pool->freeList.next = pool->freeList.prev = &pool->freeList;
   auto *base = static_cast<char *>(pool->blocks);
   for (uint32_t i = 0; i < pool->blockCount; ++i)
-    append(pool, reinterpret_cast<mem_pool_link_t *>(base + static_cast<size_t>(i) * size));
+    append(pool, reinterpret_cast<Link *>(base + static_cast<size_t>(i) * size));
   return pool;
 }
 
@@ -67,19 +87,20 @@ APUTIL_API void *mem_pool_alloc(mem_pool_t *pool) {
     std::puts("no free block.\r");
     return nullptr;
   }
-  mem_pool_link_t *head = &pool->freeList;
-  mem_pool_link_t *node = head->next;  // its prev is the head
-  mem_pool_link_t *next = node->next;
-  head->next = next;
-  next->prev = head;
-  node->next = node->prev = nullptr;
+  Link *head = &pool->freeList;
+  Link *node = next_of(head);  // its prev is the head
+  Link *next = next_of(node);
+  set_next(head, next);
+  set_prev(next, head);
+  set_next(node, nullptr);
+  set_prev(node, nullptr);
   ++pool->usedCount;
   return node;
 }
 
 APUTIL_API void mem_pool_free(mem_pool_t *pool, void *block) {
   if (!pool || !block || pool->usedCount == 0) return;
-  append(pool, static_cast<mem_pool_link_t *>(block));
+  append(pool, static_cast<Link *>(block));
   --pool->usedCount;
 }
 

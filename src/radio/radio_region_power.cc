@@ -104,11 +104,17 @@ APUTIL_API uint32_t radio_region_getMaxPowerByChan(uint32_t rid, uint32_t chanIn
     const radio_chan_rec_t *r = record("radio_region_getMaxPowerByChan", 967, *t, chanIndex);
     return r ? static_cast<uint32_t>(r->maxPower) : 0;
   }
-  const uint128_t skip = excluded_indexes(rid, exclude);
+  uint128_t skip = 0;
+  bool listed = false;  // the list is read only once a usable channel needs it
   uint32_t best = 0;
   for (uint32_t k = 0; k < t->chanNum; ++k) {
     const radio_chan_rec_t &r = t->chanRec[k];
-    if (usable(r) && !(skip >> (k + 1) & 1) && static_cast<uint32_t>(r.maxPower) > best)
+    if (!usable(r)) continue;
+    if (!listed) {
+      skip = excluded_indexes(rid, exclude);
+      listed = true;
+    }
+    if (!(skip >> (k + 1) & 1) && static_cast<uint32_t>(r.maxPower) > best)
       best = static_cast<uint32_t>(r.maxPower);
   }
   return best;

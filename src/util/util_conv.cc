@@ -138,6 +138,7 @@ APUTIL_API int util_formatStr2Array(char *str, char sep, int32_t max, char **tok
     invalid_input();
     return -1;
   }
+  if (max < 0) return -1;  // tokens would hold no pointer: nothing is written
   char *const end = str + std::strlen(str);
   int count = 0;
   for (char *p = str;;) {

@@ -50,6 +50,17 @@ TEST(Md5, Rfc1321VectorsAndStreaming) {
   EXPECT_EQ(md5_verify_digest(d, "abc", 3), 1);
   EXPECT_EQ(md5_verify_digest(d, "abd", 3), 0);
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_verify_digest(nullptr, "abc", 3), 0); }), "invalid input params\r\n");
+  // An empty update, even through a NULL pointer, adds nothing.
+  kx_MD5_CTX ctx;
+  kx_MD5_Init(&ctx);
+  kx_MD5_Update(&ctx, nullptr, 0);
+  kx_MD5_Update(&ctx, nullptr, 5);
+  uint8_t empty[16], want[16];
+  kx_MD5_Final(empty, &ctx);
+  md5_make_digest(want, "", 0);
+  EXPECT_EQ(hex(empty, 16), hex(want, 16));
+  md5_make_digest(want, nullptr, 0);
+  EXPECT_EQ(hex(want, 16), "d41d8cd98f00b204e9800998ecf8427e");
 }
 
 std::string hmac_hex(const std::string &data, const std::string &key) {

@@ -48,6 +48,14 @@ TEST(Hash, PointerIdentityAndEqualKeys) {
   EXPECT_EQ(hash_remove(tb.t, &a), 0);
   EXPECT_EQ(hash_get(tb.t, &b), &b);
   EXPECT_EQ(hash_remove(tb.t, &a), -1);
+  // NULL arguments are refused and change nothing (a NULL element would
+  // otherwise read as an empty slot).
+  EXPECT_EQ(hash_add(tb.t, nullptr), -1);
+  EXPECT_EQ(hash_remove(tb.t, nullptr), -1);
+  EXPECT_EQ(tb.t->count, 1u);
+  EXPECT_EQ(hash_add(nullptr, &a), -1);
+  EXPECT_EQ(hash_remove(nullptr, &a), -1);
+  EXPECT_EQ(hash_get(nullptr, &a), nullptr);
   hash_delete(nullptr);
 }
 

@@ -114,6 +114,11 @@ TEST(UtilConv, SplitInPlace) {
   EXPECT_STREQ(tokens[0], "a,b");
   char empty[] = ",,,";
   EXPECT_EQ(util_formatStr2Array(empty, ',', 4, tokens), 0);
+  char kept[] = "a,b";  // a negative max writes neither the text nor a token
+  char *none[1] = {nullptr};
+  EXPECT_EQ(util_formatStr2Array(kept, ',', -1, none), -1);
+  EXPECT_STREQ(kept, "a,b");
+  EXPECT_EQ(none[0], nullptr);
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(util_formatStr2Array(nullptr, ',', 4, tokens), -1); }),
             "Invalid input parameter\n");
 }

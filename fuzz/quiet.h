@@ -1,0 +1,38 @@
+// Keeping the library's console lines out of the fuzz logs (millions of
+// them in a long run) while libFuzzer's own report still gets through.
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace fuzz {
+
+// The descriptor of the real standard error while Quiet has it pointed at
+// /dev/null, else -1.
+inline int g_saved_stderr = -1;
+
+// Standard output to /dev/null for good (libFuzzer does not use it), and
+// standard error for the scope of one input.
+struct Quiet {
+  Quiet() {
+    static const int null_fd = [] {
+      std::freopen("/dev/null", "w", stdout);
+      return open("/dev/null", O_WRONLY);
+    }();
+    std::fflush(stderr);
+    g_saved_stderr = dup(2);
+    dup2(null_fd, 2);
+  }
+  ~Quiet() {
+    std::fflush(stderr);
+    dup2(g_saved_stderr, 2);
+    close(g_saved_stderr);
+    g_saved_stderr = -1;
+  }
+  Quiet(const Quiet &) = delete;
+  Quiet &operator=(const Quiet &) = delete;
+};
+
+}  // namespace fuzz
