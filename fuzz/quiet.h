@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace fuzz {
 
@@ -14,18 +15,22 @@ namespace fuzz {
 inline int g_saved_stderr = -1;
 
 // Standard output to /dev/null for good (libFuzzer does not use it), and
-// standard error for the scope of one input.
+// standard error for the scope of one input. A sanitizer report inside that
+// scope is silenced too: replay the input with FUZZ_VERBOSE=1 to see it.
 struct Quiet {
   Quiet() {
     static const int null_fd = [] {
+      if (std::getenv("FUZZ_VERBOSE")) return -1;
       std::freopen("/dev/null", "w", stdout);
       return open("/dev/null", O_WRONLY);
     }();
+    if (null_fd < 0) return;
     std::fflush(stderr);
     g_saved_stderr = dup(2);
     dup2(null_fd, 2);
   }
   ~Quiet() {
+    if (g_saved_stderr < 0) return;
     std::fflush(stderr);
     dup2(g_saved_stderr, 2);
     close(g_saved_stderr);

@@ -2,7 +2,7 @@
 # tests (tests/fuzz/).
 set(APUTIL_FUZZ_TARGETS
   json_roundtrip devcfg_load radio_load regdomain dns_reply base64_decode rsa_verify hci_reply converters
-  bignum md5_des b64_crc containers region_args conv_args evloop_ops json_edit)
+  bignum md5_des b64_crc containers region_args conv_args evloop_ops json_edit api_args)
 
 # The system cJSON as the oracle process of json_edit, where it is there.
 find_path(SYSTEM_CJSON_INCLUDE_DIR cjson/cJSON.h)

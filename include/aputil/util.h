@@ -69,11 +69,12 @@ APUTIL_API int util_genUramdom(void *buf, int n);
 /* --- I2C and FEM --- */
 /* Probe the three candidate addresses of a front-end module type (0..5) on
  * I2C bus 0 with i2cget, index 2 first. Returns: the index (0..2) of the
- * first that answers, or 3 when none does. */
+ * first that answers, or 3 when none does (at once for a type above 5). */
 APUTIL_API uint32_t util_getI2cType(uint32_t type);
-/* Address at row type (0..5), column index (0..2); 0 for index 3. */
+/* Address at row type (0..5), column index (0..2); 0 for index 3 and for
+ * any type or index outside the table. */
 APUTIL_API uint32_t util_getI2cAddr(uint32_t type, uint32_t index);
-/* l_FEMReg[index] (0..2); 0 for index 3. */
+/* l_FEMReg[index] (0..2); 0 for index 3 and for any index outside 0..3. */
 APUTIL_API uint32_t util_getFEMReg(int index);
 /* Writable FEM register table, initially {1, 2, 0}. */
 APUTIL_API extern uint32_t l_FEMReg[3];

@@ -23,6 +23,7 @@ const uint32_t kI2cAddr[6][3] = {
 extern "C" {
 
 APUTIL_API uint32_t util_getI2cType(uint32_t type) {
+  if (type >= 6) return 3;  // no such module type: nothing to probe
   for (int index = 2; index >= 0; --index) {
     char cmd[64];
     std::snprintf(cmd, sizeof cmd, "i2cget -f -y 0 0x%x 0 >& /dev/null", kI2cAddr[type][index]);
@@ -32,8 +33,12 @@ APUTIL_API uint32_t util_getI2cType(uint32_t type) {
   return 3;
 }
 
-APUTIL_API uint32_t util_getI2cAddr(uint32_t type, uint32_t index) { return index == 3 ? 0 : kI2cAddr[type][index]; }
+// Outside the tables (a type above 5, an index above 3, a negative one) the
+// answer is 0, as for the "none" index 3, instead of a read beyond them.
+APUTIL_API uint32_t util_getI2cAddr(uint32_t type, uint32_t index) {
+  return type < 6 && index < 3 ? kI2cAddr[type][index] : 0;
+}
 
-APUTIL_API uint32_t util_getFEMReg(int index) { return index == 3 ? 0 : l_FEMReg[index]; }
+APUTIL_API uint32_t util_getFEMReg(int index) { return index >= 0 && index < 3 ? l_FEMReg[index] : 0; }
 
 }  // extern "C"

@@ -198,6 +198,12 @@ TEST(UtilI2c, TablesAndFemRegisters) {
   EXPECT_EQ(util_getI2cAddr(1, 0), 0x39u);
   EXPECT_EQ(util_getI2cAddr(3, 2), 0x25u);
   EXPECT_EQ(util_getI2cAddr(5, 3), 0u);
+  EXPECT_EQ(util_getI2cAddr(6, 0), 0u);  // outside the table: 0, no read beyond it
+  EXPECT_EQ(util_getI2cAddr(0, 4), 0u);
+  EXPECT_EQ(util_getI2cAddr(UINT32_MAX, UINT32_MAX), 0u);
+  EXPECT_EQ(util_getI2cType(6), 3u);
+  EXPECT_EQ(util_getFEMReg(-2), 0u);
+  EXPECT_EQ(util_getFEMReg(4), 0u);
   EXPECT_EQ(util_getFEMReg(0), 1u);
   EXPECT_EQ(util_getFEMReg(3), 0u);
   l_FEMReg[2] = 9;  // writable by callers
