@@ -20,6 +20,7 @@
 #include "fuzz_args.h"
 #include "fuzz_root.h"
 #include "radio_config.h"
+#include "radio_region.h"
 #include "util.h"
 #include "util_dbg.h"
 
@@ -80,10 +81,17 @@ void radio(FuzzedDataProvider &in) {
   in.PickValueInArray<RegVal>({radio_config_bbAGCRegVal, radio_config_bbCCARegVal, radio_config_bbPSDRegVal})(
       n, in.ConsumeBool() ? reinterpret_cast<uint32_t *>(g.data()) : nullptr);
   const uint32_t rid = in.ConsumeIntegralInRange(0, 7) ? in.ConsumeIntegralInRange(0u, 2u) : in.ConsumeIntegral<uint32_t>();
-  radio_config_getIfindex(rid);
-  radio_config_getMaxVapNum(rid);
+  using ByRadio = uint32_t (*)(uint32_t);
+  for (ByRadio f : {radio_config_getBand, radio_config_getMimo, radio_config_getMimoGain, radio_config_getAnttGain,
+                    radio_config_getModeCap, radio_config_getIfindex, radio_config_getBlockAcsBand,
+                    radio_config_getBlockSpruceBand4, radio_config_getMaxVapNum, radio_config_getMaxModeCap,
+                    radio_config_smartAntennaSupp, radio_config_getMaxMode, radio_config_getMaxChanWidth})
+    f(rid);
+  radio_config_getMaxAutoChanWidth(rid, in.ConsumeIntegral<uint32_t>() % 10);
+  if (const char *ifname = radio_config_getIfname(rid)) FUZZ_CHECK(std::strlen(ifname) < 64);
   if (const char *prefix = radio_config_getVapPrefix(rid)) FUZZ_CHECK(std::strlen(prefix) < 64);
   if (const char *mesh = radio_config_getMeshBkhapIfname()) FUZZ_CHECK(std::strlen(mesh) < 64);
+  radio_region_reinit(in.ConsumeIntegral<uint32_t>());  // no REG_DOMAIN files in this tree: a clean failure
   radio_capacity_t caps[2];
   radio_config_get_capacity(in.ConsumeBool() ? caps : nullptr);
 }
@@ -119,7 +127,7 @@ void ble(FuzzedDataProvider &in) {
   }
   shutdown(sv[1], SHUT_WR);  // reads past the replies end at once, as a line timeout does
   const int fd = sv[0];
-  switch (in.ConsumeIntegralInRange(0, 9)) {
+  switch (in.ConsumeIntegralInRange(0, 10)) {
     case 0: {
       Guarded mac(6);
       ble_snd_cmd_hci_get_macaddr(fd, in.ConsumeBool() ? mac.data() : nullptr);
@@ -173,6 +181,28 @@ void ble(FuzzedDataProvider &in) {
       ble_snd_cmd(fd, pkt.data(), len);
       break;
     }
+    case 9: {  // the commands with plain 8-bit arguments, and the line itself
+      const uint8_t a = in.ConsumeIntegral<uint8_t>(), b = in.ConsumeIntegral<uint8_t>(), c = in.ConsumeIntegral<uint8_t>();
+      switch (in.ConsumeIntegralInRange(0, 12)) {
+        case 0: ble_snd_cmd_hci_rx_test(fd, a); ble_snd_cmd_hci_enhanced_rx_test(fd, a, b); break;
+        case 1: ble_snd_cmd_hci_ext_set_max_dtm_txpower(fd, a); ble_snd_cmd_hci_ext_set_txpower(fd, b); break;
+        case 2: ble_snd_cmd_hci_ext_tx_test(fd, a, b); ble_snd_cmd_hci_ext_rx_test(fd, c); break;
+        case 3: ble_snd_cmd_hci_ext_enhanced_tx_test(fd, a, b, c); ble_snd_cmd_hci_ext_enhanced_rx_test(fd, a, b); break;
+        case 4: ble_snd_cmd_hci_ext_end_test(fd); ble_snd_cmd_hci_gap_device_init(fd); break;
+        case 5: ble_snd_cmd_hci_gap_adv_disable(fd); ble_snd_cmd_hci_gap_adv_enable(fd); break;
+        case 6: ble_snd_cmd_hci_kxcoex_pin_high(fd); ble_snd_cmd_hci_kxcoex_pin_low(fd); break;
+        case 7: ble_fac_gap_adv_disable(fd); ble_fac_gap_adv_enable(fd); break;
+        case 8: ble_fac_rx_test(fd, a, b); ble_fac_ext_end_test(fd); break;
+        case 9: ble_fac_ext_tx_test(fd, a, fuzz::any_int(in), b, c); ble_fac_ext_rx_test(fd, a, b); break;
+        case 10: ble_uart_write_byte(fd, a); ble_uart_read_byte(fd); break;
+        default: {
+          Guarded buf(c);
+          ble_uart_read_bytes_multi(fd, buf.data(), c);
+          break;
+        }
+      }
+      break;
+    }
     default: {
       const ble_code_entry_t table[] = {{-4, 1}, {0, 2}, {4, 3}, {0, 255}};
       ble_get_powercode(in.ConsumeBool() ? table : nullptr, fuzz::any_int(in));
@@ -205,6 +235,18 @@ void files(FuzzedDataProvider &in) {
   // Netlink on a descriptor that is not a socket: an error, nothing read
   // beyond len.
   util_nl_sendData(-1, src.data(), static_cast<uint32_t>(std::max(n, 0)), in.ConsumeIntegral<uint16_t>());
+  // Seal the file and unseal it again (whole blocks come back).
+  if (wrote >= 0 && file_md5_des("/tmp/fuzz-api-file", "/tmp/fuzz-api-sealed", 1) == 0)
+    FUZZ_CHECK(file_md5_des("/tmp/fuzz-api-sealed", "/tmp/fuzz-api-plain", 0) == (n % 8 == 0 ? 0 : -1));
+  if (in.ConsumeIntegralInRange(0, 15) == 0) {  // one loopback datagram, no answer awaited
+    const uint32_t max = in.ConsumeIntegralInRange(0u, 16u);
+    Guarded addrs(sizeof(uint32_t) * max);
+    const std::string name = in.ConsumeRandomLengthString(300);
+    FUZZ_CHECK(util_kx_getMultiHostByName(name.c_str(), 0x7F000001, 0, reinterpret_cast<uint32_t *>(addrs.data()), max) <= 0);
+    FUZZ_CHECK(util_kx_getHostByName(name.c_str(), 0x7F000001, 0) == 0);
+    uint16_t id;
+    util_kx_genNextDnsTransId(in.ConsumeBool() ? &id : nullptr);
+  }
   util_getI2cType(in.ConsumeIntegralInRange(6u, UINT32_MAX));  // valid types run i2cget: not here
   util_getI2cAddr(in.ConsumeIntegral<uint32_t>(), in.ConsumeIntegral<uint32_t>());
   util_getFEMReg(fuzz::any_int(in));
@@ -226,6 +268,7 @@ void logs(FuzzedDataProvider &in) {
     util_inputRecord_save(in.ConsumeIntegralInRange(0, 15) ? text.c_str() : nullptr, len, as_text);
   }
   util_dbg_setMod(in.ConsumeBool() ? name.c_str() : nullptr, in.ConsumeIntegral<int>());
+  util_dbg_setLevel(in.ConsumeIntegralInRange(-2, 9));
   util_dbg_printf(name.c_str(), in.ConsumeIntegralInRange(-1, 8), "fuzz", fuzz::any_int(in), "%s %d", name.c_str(), 7);
 }
 
