@@ -196,7 +196,7 @@ void ble(FuzzedDataProvider &in) {
         case 9: ble_fac_ext_tx_test(fd, a, fuzz::any_int(in), b, c); ble_fac_ext_rx_test(fd, a, b); break;
         case 10: ble_uart_write_byte(fd, a); ble_uart_read_byte(fd); break;
         default: {
-          Guarded buf(c);
+          Guarded buf(c ? c : 1);  // one byte is read even for a count of 0
           ble_uart_read_bytes_multi(fd, buf.data(), c);
           break;
         }
@@ -267,9 +267,12 @@ void logs(FuzzedDataProvider &in) {
     const uint32_t len = as_text ? in.ConsumeIntegral<uint32_t>() : in.ConsumeIntegralInRange<uint32_t>(0, text.size() + 1);
     util_inputRecord_save(in.ConsumeIntegralInRange(0, 15) ? text.c_str() : nullptr, len, as_text);
   }
+  if (in.ConsumeIntegralInRange(0, 7) == 0)  // the error ring file, of any size
+    util_dbg_init(in.ConsumeBool() ? "fuzz-err" : nullptr, in.ConsumeIntegralInRange<uint32_t>(0, 2000));
   util_dbg_setMod(in.ConsumeBool() ? name.c_str() : nullptr, in.ConsumeIntegral<int>());
   util_dbg_setLevel(in.ConsumeIntegralInRange(-2, 9));
   util_dbg_printf(name.c_str(), in.ConsumeIntegralInRange(-1, 8), "fuzz", fuzz::any_int(in), "%s %d", name.c_str(), 7);
+  util_dbg_printf("m", 0, "fuzz", 1, "%s", std::string(in.ConsumeIntegralInRange<size_t>(0, 1200), 'x').c_str());
 }
 
 void hashes_and_json(FuzzedDataProvider &in) {
@@ -329,7 +332,7 @@ void hashes_and_json(FuzzedDataProvider &in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   fuzz::Quiet quiet;
-  static bool once = (fuzz::model(), fuzz::write("/tmp/log/rec/.keep", ""), true);  // the record log's folder
+  static bool once = (fuzz::model(), fuzz::write("/tmp/log/rec/.keep", ""), fuzz::write("/tmp/log/error/.keep", ""), true);  // the record log's folder
   (void)once;
   FuzzedDataProvider in(data, size);
   switch (in.ConsumeIntegralInRange(0, 5)) {
