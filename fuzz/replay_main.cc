@@ -47,6 +47,6 @@ int main(int argc, char **argv) {
     }
     if (d) closedir(d);
   }
-  std::printf("replayed %d inputs\n", inputs);
+  std::fprintf(stderr, "replayed %d inputs\n", inputs);
   return failures ? 1 : 0;
 }
