@@ -9,11 +9,12 @@
 
 namespace {
 
-// "echo on|off > /proc/morvik_gpio/<line>" (under the host root on a host).
+// "echo on|off > /proc/morvik_gpio/<line>" (under the host root on a host,
+// the path quoted for the shell).
 void set_line(const char *line, bool on) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/morvik_gpio/%s", line);
-  util_execFormatCmd("echo %s > %s", on ? "on" : "off", aputil::HostPath(path).c_str());
+  util_execFormatCmd("echo %s > %s", on ? "on" : "off", aputil::ShellPath(path).c_str());
 }
 
 }  // namespace

@@ -30,6 +30,28 @@ class HostPath {
 #endif
 };
 
+// A device path as one word of a shell command. Under a host root the
+// prefixed path is single-quoted (the root is the user's and may hold blanks,
+// "$(...)" or quotes); a path that was not prefixed, as on the device, is
+// passed as it is, so the device runs exactly its own command. When the
+// quoted path does not fit, this is "''" (an empty word), so the command
+// fails instead of touching another file.
+class ShellPath {
+ public:
+  explicit ShellPath(const char *device_path);
+  ShellPath(const ShellPath &) = delete;
+  ShellPath &operator=(const ShellPath &) = delete;
+
+  const char *c_str() const { return word_; }
+
+ private:
+  const char *word_;
+#if APUTIL_HOST_SYSROOT
+  HostPath host_;
+  char quoted_[4 * PATH_MAX + 3];  // every byte a quote ('\'') at worst
+#endif
+};
+
 }  // namespace aputil
 
 namespace aputil {

@@ -1,5 +1,9 @@
 // Factory operations against the simulated co-processor; GPIO sequences and
 // the coexistence check against files in a temporary firmware tree.
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -174,6 +178,30 @@ TEST(BleGpio, SequencesWriteTheLinesInOrder) {
   EXPECT_EQ(states,
             (std::vector<std::string>{"off/off/on 200", "off/off/off 200", "off/on/off 200", "off/off/off 400"}));
   g_on_usleep = nullptr;
+}
+
+// The firmware root goes into the line commands quoted for the shell: a
+// root with blanks, quotes or "$(...)" is written into, never run.
+TEST(BleGpio, RootIsOneShellWord) {
+  char base[] = "/tmp/aputil-gpio-XXXXXX";
+  ASSERT_NE(mkdtemp(base), nullptr);
+  const std::string root = std::string(base) + "/fw it's $(touch INJECTED) `touch INJECTED2`";
+  std::filesystem::create_directories(root + "/proc/morvik_gpio");
+  const char *saved = getenv("APUTIL_SYSROOT");
+  const std::string keep = saved ? saved : "";
+  setenv("APUTIL_SYSROOT", root.c_str(), 1);
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  ASSERT_EQ(chdir(base), 0);
+  ble_gpio_fac_init();
+  EXPECT_EQ(chdir(cwd), 0);
+  if (saved) setenv("APUTIL_SYSROOT", keep.c_str(), 1); else unsetenv("APUTIL_SYSROOT");
+  EXPECT_EQ(read_file(root + "/proc/morvik_gpio/ble_ptm"), "on\n");
+  EXPECT_EQ(read_file(root + "/proc/morvik_gpio/ble_reset"), "off\n");
+  EXPECT_EQ(read_file(std::string(base) + "/INJECTED"), "");
+  EXPECT_EQ(access((std::string(base) + "/INJECTED").c_str(), F_OK), -1);
+  EXPECT_EQ(access((std::string(base) + "/INJECTED2").c_str(), F_OK), -1);
+  std::filesystem::remove_all(base);
 }
 
 }  // namespace
