@@ -7,7 +7,7 @@
 #include "cJSON.h"
 #include "common/host_root.h"
 #include "common/messages.h"
-#include "common/nm_api.h"
+#include "nm_api.h"
 #include "devcfg/devcfg_record.h"
 
 namespace aputil::devcfg {

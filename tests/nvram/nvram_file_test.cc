@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "common/nm_api.h"
+#include "nm_api.h"
 #include "support/fw_root.h"
 
 namespace {

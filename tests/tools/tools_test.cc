@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "aputil_version.h"
 #include "cJSON.h"
 #include "support/fw_root.h"
 
@@ -67,13 +68,57 @@ TEST(AputilInfo, LintAcceptsTheSampleAndRejectsTheBrokenModel) {
   EXPECT_EQ(run(kInfo + " --root " + kBroken).exit, 1);
 }
 
-TEST(AputilInfo, BadArguments) {
-  for (const char *args : {" --region abc", " --region", " --frobnicate", " --root /nonexistent/tree"}) {
-    const Outcome r = run(kInfo + args);
-    EXPECT_EQ(r.exit, 2) << args;
-    EXPECT_NE(r.err.find("aputil-info: "), std::string::npos) << args;
+// Both tools follow the same conventions: getopt_long options (--opt VALUE
+// and --opt=VALUE), one clear message and exit 2 for bad arguments,
+// --help/--version on stdout, and a failed write to stdout as a failure.
+TEST(Tools, CommandLineConventions) {
+  const struct {
+    std::string args;
+    int exit;
+    const char *message;  // on stderr ("" for none)
+  } cases[] = {
+      {kInfo + " --region abc", 2, "--region takes a region code from 0 to 65535, not 'abc'"},
+      {kInfo + " --region", 2, "--region needs a value"},
+      {kInfo + " --root", 2, "--root needs a value"},
+      {kInfo + " --frobnicate", 2, "unknown option '--frobnicate'"},
+      {kInfo + " --root /nonexistent/tree", 2, "cannot read the firmware tree"},
+      {kInfo + " lint show", 2, "one command at a time ('lint' and 'show')"},
+      {kInfo + " --json lint", 2, "--json applies to show, not lint"},
+      {kInfo + " --root=" + kGood + " --region=276 show", 0, ""},
+      {"(" + kInfo + " --root " + kGood + " > /dev/full)", 1, "aputil-info: write error"},
+      {kBle + " --simulate mac launch", 2, "unknown command 'launch'"},
+      {kBle + " --simulate --port /dev/null mac", 2, "--port and --simulate exclude each other"},
+      {kBle + " --simulate --channel 1 --channel=2 tx-test", 2, "--channel given twice"},
+      {kBle + " --simulate --power=-20 tx-test", 0, ""},
+      {"(" + kBle + " --simulate mac > /dev/full)", 1, "ble-factory: write error"},
+  };
+  for (const auto &c : cases) {
+    const Outcome r = run(c.args);
+    EXPECT_EQ(r.exit, c.exit) << c.args << ": " << r.err;
+    if (*c.message) {
+      EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << ": " << r.err;
+    }
   }
-  EXPECT_EQ(run(kInfo + " --help").exit, 0);
+  for (const std::string &tool : {kInfo, kBle}) {
+    const Outcome v = run(tool + " --version");
+    EXPECT_EQ(v.exit, 0);
+    EXPECT_NE(v.out.find(" " APUTIL_VERSION "\n"), std::string::npos) << v.out;
+    EXPECT_EQ(run(tool + " --help").exit, 0);
+  }
+}
+
+// gpio sequences need no co-processor, only the firmware tree, and a line
+// that cannot be written fails the command.
+TEST(BleFactory, GpioWithTheTreeAlone) {
+  FirmwareRoot root;
+  root.write("/proc/morvik_gpio/.keep", "");
+  Outcome r = run(kBle + " --root " + root.dir() + " gpio fac-init");
+  EXPECT_EQ(r.exit, 0) << r.err;
+  EXPECT_EQ(r.out, "gpio fac-init: ok\n");
+  EXPECT_EQ(root.read("/proc/morvik_gpio/ble_ptm"), "on\n");
+  r = run(kBle + " --root " + root.dir() + "/missing gpio reset");
+  EXPECT_EQ(r.exit, 1);
+  EXPECT_NE(r.out.find("gpio reset: FAILED ("), std::string::npos) << r.out;
 }
 
 TEST(BleFactory, EveryCommandAgainstTheSimulatedCoprocessor) {
@@ -113,7 +158,7 @@ TEST(BleFactory, BadArgumentsAreRefusedBeforeSending) {
       {"--phy 22 rx-test", "--phy must be a PHY selector from 23 to 26"},
       {"connect 11:22:33:44:55", "connect takes an address like AA:BB:CC:DD:EE:FF"},
       {"coex middle", "coex takes high or low"},
-      {"mac launch", "unknown argument 'launch'"},
+      {"mac launch", "unknown command 'launch'"},
       {"", "no command given"},
   };
   for (const auto &c : cases) {

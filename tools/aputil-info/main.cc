@@ -1,11 +1,12 @@
 // aputil-info: inspect and lint a firmware tree through the library's C API.
 //
 //   aputil-info [--root DIR] [--region CODE] [--json] [show]
-//   aputil-info lint [--root DIR]
+//   aputil-info [--root DIR] lint
 //
-// Exit status: 0 success; 1 a configuration did not load (show) or any
-// load failed (lint); 2 bad arguments.
+// Exit status: 0 success; 1 a configuration did not load (show), any load
+// failed (lint) or the output could not be written; 2 bad arguments.
 #include <fcntl.h>
+#include <getopt.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +16,7 @@
 #include <set>
 #include <string>
 
+#include "aputil_version.h"
 #include "cJSON.h"
 #include "devcfg.h"
 #include "radio_config.h"
@@ -26,7 +28,8 @@ constexpr int kExitFailed = 1, kExitUsage = 2;
 
 const char kUsage[] =
     "usage: aputil-info [--root DIR] [--region CODE] [--json] [show]\n"
-    "       aputil-info lint [--root DIR]\n"
+    "       aputil-info [--root DIR] lint\n"
+    "       aputil-info --help | --version\n"
     "\n"
     "  show   print the model's identity, device capabilities, ports, per-model paths,\n"
     "         radio configuration with derived values, and the regulatory table of the\n"
@@ -34,9 +37,13 @@ const char kUsage[] =
     "  lint   load dev_config.json, radio_config.json and every region of both\n"
     "         REG_DOMAIN files; report each failure; exit 1 if any load failed\n"
     "\n"
-    "  --root DIR     firmware tree standing for the device's / (default: /)\n"
-    "  --region CODE  region code for the regulatory table\n"
-    "  --json         print the same data as JSON\n";
+    "  -r, --root DIR  firmware tree standing for the device's / (default: /)\n"
+    "  --region CODE   region code for the regulatory table (show)\n"
+    "  --json          print the same data as JSON (show)\n"
+    "  -h, --help      this text;  -V, --version  the version\n"
+    "\n"
+    "exit status: 0 success; 1 a configuration did not load, lint found a failure,\n"
+    "or the output could not be written; 2 bad arguments\n";
 
 // Run f with stdout silenced (the radio loader prints its dump there).
 template <typename F>
@@ -383,38 +390,63 @@ int lint(const std::string &root) {
   return failed ? kExitFailed : 0;
 }
 
+// The same line for every failed write to standard output: a full disk or
+// a closed pipe makes the run fail, never a silent truncation.
+int finish(int status) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::fprintf(stderr, "aputil-info: write error: %s\n", std::strerror(errno ? errno : EIO));
+    return status == kExitUsage ? kExitUsage : kExitFailed;
+  }
+  return status;
+}
+
+int usage_error(const std::string &message) {
+  std::fprintf(stderr, "aputil-info: %s\n(aputil-info --help for the usage)\n", message.c_str());
+  return kExitUsage;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-  std::string root, command = "show";
+  std::string root, command;
   bool json = false, region_given = false;
   int region = 0;
-  for (int i = 1; i < argc; ++i) {
-    const std::string a = argv[i];
-    if (a == "--help" || a == "-h") {
-      std::fputs(kUsage, stdout);
-      return 0;
-    } else if (a == "--root" && i + 1 < argc) {
-      root = argv[++i];
-    } else if (a == "--region" && i + 1 < argc) {
-      char *end = nullptr;
-      errno = 0;
-      const long v = std::strtol(argv[++i], &end, 10);
-      if (errno || *end || v < 0 || v > 65535) {
-        std::fprintf(stderr, "aputil-info: --region takes a region code from 0 to 65535, not '%s'\n", argv[i]);
-        return kExitUsage;
+  enum { kRegion = 256, kJson };
+  static const option kOptions[] = {
+      {"help", no_argument, nullptr, 'h'},     {"version", no_argument, nullptr, 'V'},
+      {"root", required_argument, nullptr, 'r'}, {"region", required_argument, nullptr, kRegion},
+      {"json", no_argument, nullptr, kJson},   {nullptr, 0, nullptr, 0},
+  };
+  opterr = 0;  // the messages below, in the tool's own words
+  for (int c; (c = getopt_long(argc, argv, ":hVr:", kOptions, nullptr)) != -1;) {
+    switch (c) {
+      case 'h': std::fputs(kUsage, stdout); return finish(0);
+      case 'V': std::printf("aputil-info %s\n", APUTIL_VERSION); return finish(0);
+      case 'r': root = optarg; break;
+      case kRegion: {
+        char *end = nullptr;
+        errno = 0;
+        const long v = std::strtol(optarg, &end, 10);
+        if (errno || !*optarg || *end || v < 0 || v > 65535)
+          return usage_error(std::string("--region takes a region code from 0 to 65535, not '") + optarg + "'");
+        region = static_cast<int>(v);
+        region_given = true;
+        break;
       }
-      region = static_cast<int>(v);
-      region_given = true;
-    } else if (a == "--json") {
-      json = true;
-    } else if (a == "show" || a == "lint") {
-      command = a;
-    } else {
-      std::fprintf(stderr, "aputil-info: unknown argument '%s'\n%s", a.c_str(), kUsage);
-      return kExitUsage;
+      case kJson: json = true; break;
+      case ':': return usage_error(std::string(argv[optind - 1]) + " needs a value");
+      default: return usage_error(std::string("unknown option '") + argv[optind - 1] + "'");
     }
   }
+  for (int i = optind; i < argc; ++i) {
+    const std::string a = argv[i];
+    if (a != "show" && a != "lint") return usage_error("unknown command '" + a + "'");
+    if (!command.empty()) return usage_error("one command at a time ('" + command + "' and '" + a + "')");
+    command = a;
+  }
+  if (command.empty()) command = "show";
+  if (command == "lint" && (json || region_given))
+    return usage_error(std::string(json ? "--json" : "--region") + " applies to show, not lint");
   while (root.size() > 1 && root.back() == '/') root.pop_back();
   if (!root.empty() && root != "/") {
     if (access(root.c_str(), R_OK | X_OK) != 0) {
@@ -425,5 +457,5 @@ int main(int argc, char **argv) {
   } else {
     root.clear();
   }
-  return command == "lint" ? lint(root) : show(json, region_given, region);
+  return finish(command == "lint" ? lint(root) : show(json, region_given, region));
 }

@@ -4,6 +4,7 @@
 //
 // Exit status: 0 every command succeeded; 1 a command failed; 2 bad
 // arguments (nothing was sent); 3 the serial line could not be opened.
+#include <getopt.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "aputil_version.h"
 #include "ble.h"
 #include "blesim/ble_coprocessor.h"
 #include "blesim/hci_trace.h"
@@ -27,6 +29,8 @@ constexpr int kExitFailed = 1, kExitUsage = 2, kExitLine = 3;
 
 const char kUsage[] =
     "usage: ble-factory (--port TTY | --simulate) [options] COMMAND [ARG] [COMMAND [ARG]...]\n"
+    "       ble-factory [--root DIR] gpio SEQUENCE [gpio SEQUENCE...]\n"
+    "       ble-factory --help | --version\n"
     "\n"
     "commands (run in order; rssi uses the handle of an earlier connect):\n"
     "  mac                      read the co-processor's MAC address\n"
@@ -49,7 +53,13 @@ const char kUsage[] =
     "  --length N           test payload length 0-255 (default 37)\n"
     "  --payload N          payload type 0-7 (default 0)\n"
     "  --phy N              PHY selector 23-26 (23: 1 Mbit/s, default)\n"
-    "  --mode-byte N        vendor tx test mode 0-255 (default 0)\n";
+    "  --mode-byte N        vendor tx test mode 0-255 (default 0)\n"
+    "  -h, --help           this text;  -V, --version  the version\n"
+    "\n"
+    "Options take their value as --opt VALUE or --opt=VALUE, each at most once.\n"
+    "exit status: 0 every command succeeded; 1 a command failed or the output could\n"
+    "not be written; 2 bad arguments (nothing was sent); 3 the serial line could not\n"
+    "be opened\n";
 
 struct Options {
   std::string port, root;
@@ -93,6 +103,39 @@ bool parse_address(const std::string &text, uint8_t out[6]) {
 int usage_error(const std::string &message) {
   std::fprintf(stderr, "ble-factory: %s\n(ble-factory --help for the usage)\n", message.c_str());
   return kExitUsage;
+}
+
+// A failed write to standard output (a full disk, a closed pipe) fails the
+// run: the results would be lost.
+int finish(int status) {
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+    std::fprintf(stderr, "ble-factory: write error: %s\n", std::strerror(errno ? errno : EIO));
+    return kExitFailed;
+  }
+  return status;
+}
+
+// Under a firmware tree, the GPIO lines a sequence leaves behind, read back:
+// the name of the first line file that does not hold its final state, or ""
+// when all do. (On the device the lines are kernel files that need not read
+// back as written; nothing is checked there.)
+std::string gpio_line_not_set(const std::string &root, const std::string &sequence) {
+  struct Want {
+    const char *line, *value;
+  };
+  std::vector<Want> want = {{"ble_reset", "off"}};
+  if (sequence == "fac-init") want.push_back({"ble_ptm", "on"});
+  if (sequence == "fac-deinit") want.push_back({"ble_ptm", "off"});
+  if (sequence == "bootloader") want.push_back({"ble_backdoor", "off"});
+  for (const Want &w : want) {
+    const std::string path = root + "/proc/morvik_gpio/" + w.line;
+    char buf[16] = "";
+    FILE *f = std::fopen(path.c_str(), "r");
+    const bool ok = f && std::fgets(buf, sizeof buf, f) && std::string(buf) == std::string(w.value) + "\n";
+    if (f) std::fclose(f);
+    if (!ok) return path;
+  }
+  return "";
 }
 
 // A plausible co-processor: success (or the given status) for every command.
@@ -177,6 +220,14 @@ bool run(int fd, const Options &o, const Command &c) {
     if (c.arg == "fac-deinit") ble_gpio_fac_deinit();
     if (c.arg == "reset") ble_gpio_reset();
     if (c.arg == "bootloader") ble_gpio_bootloader_prep();
+    if (!o.root.empty()) {
+      const std::string bad = gpio_line_not_set(o.root, c.arg);
+      if (!bad.empty()) {
+        std::printf("gpio %s: FAILED (%s was not written)\n", c.arg.c_str(), bad.c_str());
+        std::fflush(stdout);
+        return false;
+      }
+    }
   }
   const std::string what = c.arg.empty() ? c.name : c.name + " " + c.arg;
   if (rc != 0)
@@ -201,48 +252,53 @@ int main(int argc, char **argv) {
     const char *range;  // for the message when the value is refused
   };
   const Numeric numeric[] = {
-      {"--mode", 0, 1, &o.mode, "0 (1,152,000 baud) or 1 (115,200 baud)"},
-      {"--simulate-status", 0, 255, &o.sim_status, "a status byte 0-255"},
-      {"--channel", 0, 39, &o.channel, "a channel from 0 to 39"},
-      {"--power", -128, 127, &o.power, "a power level in dBm"},
-      {"--length", 0, 255, &o.length, "a length from 0 to 255"},
-      {"--payload", 0, 7, &o.payload, "a payload type from 0 to 7"},
-      {"--phy", 23, 26, &o.phy, "a PHY selector from 23 to 26"},
-      {"--mode-byte", 0, 255, &o.mode_byte, "a byte 0-255"},
+      {"mode", 0, 1, &o.mode, "0 (1,152,000 baud) or 1 (115,200 baud)"},
+      {"simulate-status", 0, 255, &o.sim_status, "a status byte 0-255"},
+      {"channel", 0, 39, &o.channel, "a channel from 0 to 39"},
+      {"power", -128, 127, &o.power, "a power level in dBm"},
+      {"length", 0, 255, &o.length, "a length from 0 to 255"},
+      {"payload", 0, 7, &o.payload, "a payload type from 0 to 7"},
+      {"phy", 23, 26, &o.phy, "a PHY selector from 23 to 26"},
+      {"mode-byte", 0, 255, &o.mode_byte, "a byte 0-255"},
   };
-  for (int i = 1; i < argc; ++i) {
+  // Long options: the numeric ones by their index in numeric[] (from 256),
+  // the others by letter.
+  std::vector<option> options = {
+      {"help", no_argument, nullptr, 'h'},      {"version", no_argument, nullptr, 'V'},
+      {"port", required_argument, nullptr, 'p'}, {"root", required_argument, nullptr, 'r'},
+      {"simulate", no_argument, nullptr, 's'},  {"trace", no_argument, nullptr, 't'},
+  };
+  for (size_t k = 0; k < std::size(numeric); ++k)
+    options.push_back({numeric[k].name, required_argument, nullptr, 256 + static_cast<int>(k)});
+  options.push_back({nullptr, 0, nullptr, 0});
+  std::vector<int> seen;
+  opterr = 0;  // the messages below, in the tool's own words
+  for (int c; (c = getopt_long(argc, argv, ":hVp:r:st", options.data(), nullptr)) != -1;) {
+    if (c != ':' && c != '?' && std::find(seen.begin(), seen.end(), c) != seen.end())
+      return usage_error(std::string(argv[optind - 1]).substr(0, std::string(argv[optind - 1]).find('=')) +
+                         " given twice");
+    seen.push_back(c);
+    switch (c) {
+      case 'h': std::fputs(kUsage, stdout); return finish(0);
+      case 'V': std::printf("ble-factory %s\n", APUTIL_VERSION); return finish(0);
+      case 'p': o.port = optarg; break;
+      case 'r': o.root = optarg; break;
+      case 's': o.simulate = true; break;
+      case 't': o.trace = true; break;
+      case ':': return usage_error(std::string(argv[optind - 1]) + " needs a value");
+      case '?': return usage_error(std::string("unknown option '") + argv[optind - 1] + "'");
+      default: {
+        const Numeric &n = numeric[c - 256];
+        const bool ok = parse_int(optarg, n.lo, n.hi, n.out);
+        if (n.out == &o.power && (!ok || !known_power(o.power)))
+          return usage_error("--power must be one of -20 -18 -15 -12 -10 -9 -6 -5 -3 0 1 2 3 4 5 14 15 16 17 18 19 20");
+        if (!ok) return usage_error(std::string("--") + n.name + " must be " + n.range + ", not '" + optarg + "'");
+      }
+    }
+  }
+  for (int i = optind; i < argc; ++i) {
     const std::string a = argv[i];
-    auto value = [&](const char *name) -> const char * { return i + 1 < argc ? argv[++i] : (usage_error(std::string(name) + " needs a value"), nullptr); };
-    auto number = [&](const char *name, long lo, long hi, int *out, const char *range) {
-      const char *v = value(name);
-      if (!v) return false;
-      if (parse_int(v, lo, hi, out)) return true;
-      usage_error(std::string(name) + " must be " + range + ", not '" + v + "'");
-      return false;
-    };
-    if (a == "--help" || a == "-h") {
-      std::fputs(kUsage, stdout);
-      return 0;
-    } else if (a == "--port") {
-      const char *v = value("--port");
-      if (!v) return kExitUsage;
-      o.port = v;
-    } else if (a == "--root") {
-      const char *v = value("--root");
-      if (!v) return kExitUsage;
-      o.root = v;
-    } else if (a == "--simulate") {
-      o.simulate = true;
-    } else if (a == "--trace") {
-      o.trace = true;
-    } else if (const Numeric *n = std::find_if(std::begin(numeric), std::end(numeric),
-                                                 [&](const Numeric &x) { return a == x.name; });
-               n != std::end(numeric)) {
-      const bool ok = number(n->name, n->lo, n->hi, n->out, n->range);
-      if (n->out == &o.power && (!ok || !known_power(o.power)))
-        return usage_error("--power must be one of -20 -18 -15 -12 -10 -9 -6 -5 -3 0 1 2 3 4 5 14 15 16 17 18 19 20");
-      if (!ok) return kExitUsage;
-    } else if (std::find(no_arg.begin(), no_arg.end(), a) != no_arg.end()) {
+    if (std::find(no_arg.begin(), no_arg.end(), a) != no_arg.end()) {
       commands.push_back({a, ""});
     } else if (a == "connect" || a == "coex" || a == "adv" || a == "gpio") {
       if (i + 1 >= argc) return usage_error(a + " needs an argument");
@@ -261,12 +317,23 @@ int main(int argc, char **argv) {
       }
       commands.push_back({a, arg});
     } else {
-      return usage_error("unknown argument '" + a + "'");
+      return usage_error("unknown command '" + a + "'");
     }
   }
   if (commands.empty()) return usage_error("no command given");
-  if (o.port.empty() && !o.simulate) return usage_error("--port TTY or --simulate is needed");
+  if (!o.port.empty() && o.simulate) return usage_error("--port and --simulate exclude each other");
+  // The GPIO lines are files, not the serial line: gpio commands alone need
+  // no co-processor.
+  const bool gpio_only =
+      std::all_of(commands.begin(), commands.end(), [](const Command &c) { return c.name == "gpio"; });
+  if (o.port.empty() && !o.simulate && !gpio_only) return usage_error("--port TTY or --simulate is needed");
+  if (o.trace && gpio_only && o.port.empty() && !o.simulate) return usage_error("--trace needs --port or --simulate");
   if (!o.root.empty()) setenv("APUTIL_SYSROOT", o.root.c_str(), 1);
+  if (gpio_only && o.port.empty() && !o.simulate) {
+    bool all_ok = true;
+    for (const Command &c : commands) all_ok = run(-1, o, c) && all_ok;
+    return finish(all_ok ? 0 : kExitFailed);
+  }
 
   auto print_trace = [](const std::string &line) {
     std::printf("%s\n", line.c_str());
@@ -302,5 +369,5 @@ int main(int argc, char **argv) {
   ble_uart_close(fd);
   proxy.reset();
   if (real_line >= 0) ble_uart_close(real_line);
-  return all_ok ? 0 : kExitFailed;
+  return finish(all_ok ? 0 : kExitFailed);
 }

@@ -1,5 +1,7 @@
 /*
- * nm_api.h - the firmware NVRAM library's interface, as the library calls it.
+ * nm_api.h - the firmware NVRAM library's interface, as the library calls it:
+ * the three functions a device build must provide (the firmware's library,
+ * or the process itself with APUTIL_NVRAM_LIBRARY=NONE).
  * Target builds link the firmware's own library; host builds link
  * nvram-file, which serves partitions from files.
  */
