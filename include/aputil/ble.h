@@ -102,9 +102,10 @@ APUTIL_API int ble_snd_cmd(int fd, const uint8_t *pkt, uint8_t len);
 APUTIL_API uint32_t ble_rcv_cmd_hci_resp(int fd, uint8_t *buf);
 /* Read a short vendor reply: a 6-byte header checked for status, packet
  * type and code (in that order), then as many bytes as its length byte says
- * into buf (three more than remain, as on the device). */
+ * into buf (three more than remain, as on the device): buf must hold 255. */
 APUTIL_API uint32_t ble_rcv_cmd_resp(int fd, uint8_t *buf, uint16_t code);
-/* Read a follow-up event's parameters into buf, unchecked.
+/* Read a follow-up event's parameters into buf, unchecked (as many as the
+ * line's length byte says, at least one): buf must hold 255.
  * Returns: the last byte read. */
 APUTIL_API uint8_t ble_rcv_eventdata(int fd, uint8_t *buf);
 /* Check Command Complete parameters: opcode, then status. */

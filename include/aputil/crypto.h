@@ -42,8 +42,8 @@ APUTIL_API void kx_MD5_Final(uint8_t digest[16], kx_MD5_CTX *ctx);
 APUTIL_API void md5_make_digest(uint8_t digest[16], const void *data, uint32_t len);
 /* Returns: 1 when MD5(data) equals expected, else 0 (also for NULL). */
 APUTIL_API int md5_verify_digest(const uint8_t expected[16], const void *data, uint32_t len);
-/* HMAC-MD5 (RFC 2104); keys over 64 bytes are hashed first. out must not
- * overlap the inputs. */
+/* HMAC-MD5 (RFC 2104); keys over 64 bytes are hashed first, and a klen of
+ * 0 or below is an empty key. out must not overlap the inputs. */
 APUTIL_API void hmac_md5(const void *data, uint32_t dlen, const void *key, int klen, uint8_t out[16]);
 
 /* The product's keys: image and configuration digest keys (16 bytes) and
@@ -61,7 +61,8 @@ APUTIL_API uint8_t *md5_getDesKey(void);
  * keeps the zero padding, and checks the digest over the whole decrypted
  * length: data sealed from a length that is not a multiple of 8 therefore
  * never unseals (the sealing format's defined behaviour); needs
- * inlen <= outcap + 8. Both capacity tests are signed 32-bit comparisons,
+ * inlen <= outcap + 8, and in must hold 16 + 8 * ceil((inlen - 16) / 8)
+ * bytes (a short last block is read whole). Both capacity tests are signed 32-bit comparisons,
  * so capacities from about 2^31 up are "too small" (nothing is written).
  * Returns: the bytes written, or -1. */
 APUTIL_API int md5_des(const uint8_t *in, int inlen, uint8_t *out, uint32_t outcap, const uint8_t *key, int seal);
@@ -112,10 +113,13 @@ typedef uint16_t *RSA_Bignum;
 
 APUTIL_API void *RSA_safemalloc(size_t size); /* aborts when out of memory */
 APUTIL_API void RSA_safefree(void *p);
-APUTIL_API RSA_Bignum RSA_newbn(int limbs);   /* zero with that many limbs */
+/* Zero with that many limbs; a count below 0 or above 65535 (what element
+ * 0 can hold) aborts, as running out of memory does. */
+APUTIL_API RSA_Bignum RSA_newbn(int limbs);
 APUTIL_API void RSA_freebn(RSA_Bignum b);
 APUTIL_API RSA_Bignum RSA_bignum_from_int(uint32_t n);
-/* From n big-endian bytes; leading zero limbs trimmed (one limb kept). */
+/* From n big-endian bytes; leading zero limbs trimmed (one limb kept). A
+ * negative n or NULL data gives zero; more than 131070 bytes abort. */
 APUTIL_API RSA_Bignum RSA_bignum_from_bytes(const uint8_t *data, int n);
 APUTIL_API int RSA_bignum_bitcount(RSA_Bignum b);
 /* Byte i counted from the least significant end; 0 beyond the length. */

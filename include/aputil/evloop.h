@@ -51,7 +51,7 @@ APUTIL_API int evloop_fd_add(evloop_event_t *ev, uint8_t flags);
 /* Unregister ev and drop the given interests of its fd. Dropping one
  * interest of the highest descriptor while keeping another leaves the loop
  * watching no descriptor until the next add (as on the device).
- * Returns: 0, or -1 for NULL or a negative fd. */
+ * Returns: 0, or -1 for NULL or an fd outside 0..FD_SETSIZE-1. */
 APUTIL_API int evloop_fd_del(evloop_event_t *ev, uint8_t flags);
 /* (Re)arm t to fire ms milliseconds from now; equal expiries fire in the
  * order they were set. Returns: 0, or -1 for NULL. */

@@ -106,7 +106,8 @@ APUTIL_API int util_mac_strToArray(const char *str, uint8_t *mac);
  * answers -1 with the bytes before it written. */
 APUTIL_API int util_strToArray(const char *hex, uint8_t *out, int32_t count);
 /* Append an OUI pattern to dst (pass it empty): per group, mask 0xFF gives
- * "%02X", mask 0xF0 the high digit, other masks nothing. Returns dst. */
+ * "%02X", mask 0xF0 the high digit, other masks nothing; groups separated by
+ * ':' (useColon) or '-'. An empty dst needs 18 bytes at most. Returns dst. */
 APUTIL_API char *util_oui_arrayToStr(const uint8_t *oui, const uint8_t *mask, char *dst, int32_t useColon);
 /* OUI text ("00:1A:2") to values and masks (ORed into mask: clear it
  * first); the arrays must hold as many groups as the text has. */

@@ -94,21 +94,20 @@ APUTIL_API int util_strToArray(const char *hex, uint8_t *out, int32_t count) {
 
 APUTIL_API char *util_oui_arrayToStr(const uint8_t *oui, const uint8_t *mask, char *dst, int32_t useColon) {
   if (!oui || !dst || !mask) return nullptr;
-  const char sep[2] = {useColon ? ':' : '-', '\0'};
-  bool appended = false;
+  // Separators go between groups, so six whole groups take 18 bytes with
+  // the terminator (the MAC text size), never a 19th for a trailing one.
+  char *out = dst + std::strlen(dst);
+  bool first = true;
   for (int i = 0; i < 6; ++i) {
-    char group[4];
+    if (mask[i] != 0xFF && mask[i] != 0xF0) continue;
+    if (!first) *out++ = useColon ? ':' : '-';
+    first = false;
     if (mask[i] == 0xFF)
-      std::sprintf(group, "%02X", oui[i]);
-    else if (mask[i] == 0xF0)
-      std::sprintf(group, "%01X", oui[i] >> 4);
+      out += std::sprintf(out, "%02X", oui[i]);
     else
-      continue;
-    std::strcat(dst, group);
-    std::strcat(dst, sep);
-    appended = true;
+      out += std::sprintf(out, "%01X", oui[i] >> 4);
   }
-  if (appended) dst[std::strlen(dst) - 1] = '\0';  // the trailing separator
+  *out = '\0';
   return dst;
 }
 

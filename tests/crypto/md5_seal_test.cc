@@ -82,6 +82,10 @@ TEST(HmacMd5, Rfc2202VectorsAndTheBlockBoundary) {
     HMAC(EVP_md5(), key.data(), klen, reinterpret_cast<const uint8_t *>(data.data()), data.size(), ref, &n);
     EXPECT_EQ(hmac_hex(data, key), hex(ref, 16)) << klen;
   }
+  // A negative key length is an empty key (the key is not read).
+  uint8_t neg[16];
+  hmac_md5("payload", 7, nullptr, -3, neg);
+  EXPECT_EQ(hex(neg, 16), hmac_hex("payload", ""));
 }
 
 TEST(Seal, KeysAndBufferRules) {

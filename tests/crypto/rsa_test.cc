@@ -162,7 +162,8 @@ TEST(Rsa, ZeroResultsOwnOneLimb) {
              three = RSA_bignum_from_int(3);
   const uint8_t none = 0;
   RSA_Bignum results[] = {
-      RSA_bignum_from_bytes(&none, 0), RSA_bignum_from_bytes(&none, 1), RSA_bigmod(six, three),
+      RSA_bignum_from_bytes(&none, 0), RSA_bignum_from_bytes(&none, 1), RSA_bignum_from_bytes(&none, -5),
+      RSA_bignum_from_bytes(nullptr, 4), RSA_bigmod(six, three),
       RSA_modmul(six, one, three),     RSA_modpow(six, three, three),   RSA_bigmuladd(zero, one, zero),
   };
   for (RSA_Bignum r : results) {

@@ -95,6 +95,14 @@ TEST(UtilConv, HexAndOui) {
   EXPECT_STREQ(util_oui_arrayToStr(oui, mask, text, 1), "00:1A:2");
   text[0] = '\0';
   EXPECT_STREQ(util_oui_arrayToStr(oui, mask, text, 0), "00-1A-2");
+  // Six whole groups fit the 18 bytes of a MAC text: nothing is written
+  // past them, not even for a moment.
+  const uint8_t full[6] = {1, 2, 3, 4, 5, 6}, all[6] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  char mac_text[18 + 4];
+  std::memset(mac_text, '#', sizeof mac_text);
+  mac_text[0] = '\0';
+  EXPECT_STREQ(util_oui_arrayToStr(full, all, mac_text, 1), "01:02:03:04:05:06");
+  EXPECT_EQ(std::string(mac_text + 18, 4), "####");
   uint8_t oui2[6] = {}, mask2[6] = {};
   EXPECT_EQ(util_oui_strToArray("00:1A:", oui2, mask2), -1);
   EXPECT_EQ(mask2[1], 0xFF);
