@@ -10,10 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include <rapidjson/document.h>
 
 #include "cJSON.h"
 #include "fuzz_args.h"
@@ -39,6 +42,7 @@ struct Oracle {
     char *argv[] = {path, nullptr};
     pid_t pid;
     ok = posix_spawn(&pid, path, &fa, nullptr, argv, environ) == 0;
+    FUZZ_CHECK(ok);  // built with the oracle: it must run
     posix_spawn_file_actions_destroy(&fa);
     close(in[0]);
     close(out[1]);
@@ -46,12 +50,24 @@ struct Oracle {
     from = out[0];
 #endif
   }
+  // libFuzzer's -timeout alarm interrupts reads and writes: they go on.
   bool read_all(void *p, size_t n) {
     for (auto *c = static_cast<char *>(p); n;) {
       const ssize_t got = read(from, c, n);
+      if (got < 0 && errno == EINTR) continue;
       if (got <= 0) return false;
       c += got;
       n -= static_cast<size_t>(got);
+    }
+    return true;
+  }
+  bool write_all(const void *p, size_t n) {
+    for (const auto *c = static_cast<const char *>(p); n;) {
+      const ssize_t put = write(to, c, n);
+      if (put < 0 && errno == EINTR) continue;
+      if (put <= 0) return false;
+      c += put;
+      n -= static_cast<size_t>(put);
     }
     return true;
   }
@@ -61,13 +77,14 @@ struct Oracle {
     s->resize(n);
     return read_all(s->data(), n);
   }
-  // Parse text in the system cJSON: false when it does not parse.
+  // Parse text in the system cJSON: false when it does not parse (or does
+  // not print).
   bool ask(const std::string &text, std::string *flat, std::string *pretty) {
     const uint32_t n = static_cast<uint32_t>(text.size());
-    FUZZ_CHECK(write(to, &n, 4) == 4 && write(to, text.data(), n) == static_cast<ssize_t>(n));
+    FUZZ_CHECK(write_all(&n, 4) && write_all(text.data(), n));
     char status = 0;
     FUZZ_CHECK(read_all(&status, 1));
-    if (!status) return false;
+    if (status != 1) return false;
     FUZZ_CHECK(read_text(flat) && read_text(pretty));
     return true;
   }
@@ -99,13 +116,15 @@ void check_links(cJSON *c) {
   }
 }
 
-// What both printers render alike: whole numbers in the int range; and,
-// for formatted text, no empty object.
+// What both printers render alike: whole numbers in the int range (not
+// negative zero, which the early printer writes as 0); and, for formatted
+// text, no empty object.
 bool comparable(const cJSON *c, bool formatted) {
   for (; c; c = c->next) {
     const int type = c->type & 255;
     if (type == cJSON_Number && !(std::fabs(c->valuedouble) <= 2147483647.0 && c->valuedouble == std::floor(c->valuedouble)))
       return false;
+    if (type == cJSON_Number && c->valuedouble == 0 && std::signbit(c->valuedouble)) return false;  // later: "-0"
     if (formatted && type == cJSON_Object && !c->child) return false;
     if (!comparable(c->child, formatted)) return false;
   }
@@ -137,6 +156,27 @@ bool same(const cJSON *a, const cJSON *b, bool members = false) {
     if (!same(a->child, b->child, (a->type & 255) == cJSON_Object)) return false;
   }
   return !a && !b;
+}
+
+// The children of a container, in order.
+std::vector<cJSON *> children(const cJSON *c) {
+  std::vector<cJSON *> v;
+  for (cJSON *e = c->child; e; e = e->next) v.push_back(e);
+  return v;
+}
+
+// Where the early interface's index lands: negative means 0; past the end
+// means nowhere (-1).
+long landing(const std::vector<cJSON *> &v, int index) {
+  const long i = index < 0 ? 0 : index;
+  return i < static_cast<long>(v.size()) ? i : -1;
+}
+
+// Index of the first member named name (ASCII case), or -1.
+long first_named(const std::vector<cJSON *> &v, const char *name) {
+  for (size_t i = 0; i < v.size(); ++i)
+    if (v[i]->string && strcasecmp(v[i]->string, name) == 0) return static_cast<long>(i);
+  return -1;
 }
 
 // --- building ---
@@ -181,6 +221,36 @@ cJSON *any_container(FuzzedDataProvider &in, cJSON *root) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   static Oracle oracle;
   FuzzedDataProvider in(data, size);
+  if (in.ConsumeIntegralInRange(0, 3) == 0) {
+    // Any text. Where it is strict JSON (one value, valid UTF-8), both
+    // parsers must accept it and see the same tree; beyond that their
+    // leniencies differ (trailing text, "09"), and ours must only not fail.
+    const std::string raw = in.ConsumeRemainingBytesAsString();
+    cJSON *ours = cJSON_Parse(raw.c_str());
+    rapidjson::Document strict;
+    // (RapidJSON's validation reads up to 3 bytes past a cut sequence: the
+    // copy has room for that.)
+    std::string padded = raw.c_str();
+    padded.append(4, '\0');
+    strict.Parse<rapidjson::kParseValidateEncodingFlag>(padded.c_str());
+    std::string their_flat, their_pretty;
+    if (!strict.HasParseError() && strict.GetAllocator().Size() < (1u << 20)) {
+      FUZZ_CHECK(ours != nullptr);
+      if (oracle.ok && comparable(ours, false)) {
+        FUZZ_CHECK(oracle.ask(raw.c_str(), &their_flat, &their_pretty));
+        FUZZ_CHECK(print(ours, false) == their_flat);
+      }
+    }
+    if (ours) {  // and ours prints what it parses back to the same tree
+      if (exact(ours)) {
+        cJSON *again = cJSON_Parse(print(ours, false).c_str());
+        FUZZ_CHECK(again && same(ours, again));
+        cJSON_Delete(again);
+      }
+      cJSON_Delete(ours);
+    }
+    return 0;
+  }
   cJSON *root = in.ConsumeBool() ? cJSON_CreateArray() : cJSON_CreateObject();
   std::vector<cJSON *> loose;  // items that belong to no tree
   static const char *const names[] = {"a", "A", "lanport", "LANPORT", "b", ""};
@@ -211,12 +281,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         }
         break;
       }
-      case 3: cJSON_DeleteItemFromArray(c, index); break;
+      case 3: {
+        std::vector<cJSON *> want = children(c);
+        const long at = landing(want, index);
+        if (at >= 0) want.erase(want.begin() + at);
+        cJSON_DeleteItemFromArray(c, index);
+        FUZZ_CHECK(children(c) == want);
+        break;
+      }
       case 4: {  // replace by index; without such an item the new one stays ours
         if (loose.empty()) break;
         cJSON *old = cJSON_GetArrayItem(c, index);
         if (old && is_object && !loose[which]->string) break;  // a member needs a name
+        std::vector<cJSON *> want = children(c);
+        const long at = landing(want, index);
+        if (at >= 0) want[static_cast<size_t>(at)] = loose[which];
         cJSON_ReplaceItemInArray(c, index, loose[which]);
+        FUZZ_CHECK(children(c) == want);
         if (old) loose.erase(loose.begin() + static_cast<long>(which));
         break;
       }
@@ -227,17 +308,36 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         if (got) loose.push_back(got);
         break;
       }
-      case 6: cJSON_DeleteItemFromObject(c, name); break;
+      case 6: {
+        std::vector<cJSON *> want = children(c);
+        const long at = first_named(want, name);
+        if (at >= 0) want.erase(want.begin() + at);
+        cJSON_DeleteItemFromObject(c, name);
+        FUZZ_CHECK(children(c) == want);
+        break;
+      }
       case 7: {
         if (loose.empty()) break;
         cJSON *old = cJSON_GetObjectItem(c, name);
+        std::vector<cJSON *> want = children(c);
+        const long at = first_named(want, name);
+        if (at >= 0) want[static_cast<size_t>(at)] = loose[which];
         cJSON_ReplaceItemInObject(c, name, loose[which]);
-        if (old) loose.erase(loose.begin() + static_cast<long>(which));
+        FUZZ_CHECK(children(c) == want);
+        if (old) {
+          FUZZ_CHECK(std::strcmp(loose[which]->string, name) == 0);  // it takes the name asked for
+          loose.erase(loose.begin() + static_cast<long>(which));
+        }
         break;
       }
       case 8: {  // duplicate a subtree
-        cJSON *dup = cJSON_Duplicate(c, in.ConsumeBool());
-        FUZZ_CHECK(dup != nullptr);
+        const bool recurse = in.ConsumeBool();
+        cJSON *dup = cJSON_Duplicate(c, recurse);
+        FUZZ_CHECK(dup != nullptr && (dup->type & 255) == (c->type & 255) && !dup->next && !dup->prev);
+        if (recurse)
+          FUZZ_CHECK(same(dup->child, c->child, is_object));
+        else
+          FUZZ_CHECK(dup->child == nullptr);
         loose.push_back(dup);
         break;
       }
@@ -268,12 +368,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     FUZZ_CHECK(oracle.ask(flat, &their_flat, &their_pretty));
     if (comparable(root, false)) FUZZ_CHECK(their_flat == flat);
     if (comparable(root, true)) FUZZ_CHECK(their_pretty == pretty);
-    // Any text: where both parse it, both see the same tree.
-    const std::string raw = in.ConsumeRemainingBytesAsString();
-    cJSON *ours = cJSON_Parse(raw.c_str());
-    if (ours && comparable(ours, false) && oracle.ask(raw.c_str(), &their_flat, &their_pretty))
-      FUZZ_CHECK(print(ours, false) == their_flat);
-    cJSON_Delete(ours);
   }
   cJSON_Delete(root);
   for (cJSON *l : loose) cJSON_Delete(l);

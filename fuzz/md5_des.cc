@@ -100,6 +100,15 @@ void des(FuzzedDataProvider &in, const Bytes &msg) {
     FUZZ_CHECK(std::equal(cipher.begin(), cipher.end(), out.begin()));
     FUZZ_CHECK(std::all_of(out.begin() + n, out.end(), [](uint8_t c) { return c == 0xA5; }));
   }
+  // A negative length processes nothing and writes nothing.
+  {
+    const int neg = in.ConsumeIntegralInRange(INT32_MIN, -1);
+    Bytes untouched(16, 0x3C);
+    FUZZ_CHECK(des_min_do(whole.data() ? whole.data() : key, neg, untouched.data(), 16, key, in.ConsumeBool()) == 0);
+    FUZZ_CHECK(des_min_do_ex(untouched.data(), neg, key, 1) == 0);
+    FUZZ_CHECK(des_min_do_pcbc(key, untouched.data(), neg, key, iv, in.ConsumeBool()) == 1);
+    FUZZ_CHECK(untouched == Bytes(16, 0x3C));
+  }
   // Decryption of a short last block reads it whole and writes len bytes.
   Bytes back(room, 0x5A);
   const int m = des_min_do(cipher.data(), len, back.data(), static_cast<uint32_t>(len + 8), key, 0);
@@ -149,6 +158,24 @@ void seal(FuzzedDataProvider &in, const Bytes &msg) {
   uint8_t digest[16];
   MD5(msg.data(), msg.size(), digest);
   FUZZ_CHECK(std::memcmp(out.data(), digest, 16) == 0);
+  // Unsealing any length of that buffer at any capacity: refused (nothing
+  // written) unless 16 <= inlen <= the signed outcap + 8; the input is read
+  // up to its last whole block, which the sealed buffer holds.
+  {
+    const int inlen = in.ConsumeIntegralInRange(-2, n);
+    const uint32_t ocap = static_cast<uint32_t>(fuzz::any_int(in));
+    const size_t oroom = static_cast<size_t>(n) + 8;
+    const bool ofits = inlen >= 16 && inlen <= static_cast<int32_t>(ocap + 8);
+    Bytes plain(oroom, 0x5A);
+    const int m = md5_des(out.data(), inlen, plain.data(), ofits && ocap > oroom ? static_cast<uint32_t>(oroom) : ocap,
+                          key, 0);
+    if (!ofits) {
+      FUZZ_CHECK(m == -1 && plain == Bytes(oroom, 0x5A));
+    } else {
+      FUZZ_CHECK(m == -1 || m == (inlen - 16) / 8 * 8);
+      for (size_t i = static_cast<size_t>(inlen - 16); i < oroom; ++i) FUZZ_CHECK(plain[i] == 0x5A);
+    }
+  }
   // Unsealing digests the padded length: it succeeds only for whole blocks.
   Bytes plain(static_cast<size_t>(n), 0);
   const int m = md5_des(out.data(), n, plain.data(), static_cast<uint32_t>(n), key, 0);

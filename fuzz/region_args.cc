@@ -61,9 +61,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         // The list alternates two frequencies (one usually in the table).
         const uint16_t f[2] = {in.ConsumeIntegral<uint16_t>(),
                                static_cast<uint16_t>(t && n ? t->chanRec[in.ConsumeIntegralInRange(0u, n - 1)].freq : 0)};
-        std::vector<uint16_t> list(size_t{count} + 1);
+        // The list is exactly count + 1 long; the second frequency stands at
+        // one fuzzed place only, anywhere up to the last.
+        std::vector<uint16_t> list(size_t{count} + 1, f[0]);
         list[0] = count;
-        for (size_t i = 1; i < list.size(); ++i) list[i] = f[i % 2];
+        const size_t place = count ? in.ConsumeIntegralInRange<size_t>(1, count) : 0;
+        if (place) list[place] = f[1];
         const bool with_list = in.ConsumeIntegralInRange(0, 9) != 0;
         const uint32_t idx = in.ConsumeBool() ? 0 : k;
         const uint32_t got = radio_region_getMaxPowerByChan(rid, idx, with_list ? list.data() : nullptr);
@@ -74,8 +77,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
           for (uint32_t c = 0; c < n; ++c) {
             const radio_chan_rec_t &r = t->chanRec[c];
             bool listed = false;
-            for (size_t i = 1; with_list && i <= std::min<size_t>(count, 2); ++i)
-              listed = listed || index_of(*t, list[i], true) == c + 1;
+            if (with_list && count >= 2) listed = index_of(*t, f[0], true) == c + 1;  // all but one place
+            if (with_list && place) listed = listed || index_of(*t, f[1], true) == c + 1;
             if (usable(r) && !listed && static_cast<uint32_t>(r.maxPower) > want) want = static_cast<uint32_t>(r.maxPower);
           }
         }
@@ -105,7 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
       }
       case 5: {  // a count up to and past the table, over a buffer of that many
         const uint32_t cnt = in.ConsumeBool() ? in.ConsumeIntegralInRange(0u, 70u) : in.ConsumeIntegral<uint32_t>();
-        std::vector<uint32_t> freqs(std::min<uint32_t>(cnt, 70) + 1);
+        std::vector<uint32_t> freqs(std::min<uint32_t>(cnt, 70));  // exactly as many as a call may read
+        freqs.reserve(1);
         for (uint32_t &f : freqs) f = t && n && in.ConsumeBool() ? static_cast<uint32_t>(t->chanRec[in.ConsumeIntegralInRange(0u, n - 1)].freq) : in.ConsumeIntegral<uint16_t>();
         radio_block_list_t block;
         const uint32_t rc = radio_region_getBlockFreqList(rid, cnt <= 70 ? cnt : n + 1, freqs.data(), &block);
@@ -114,7 +118,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         } else {
           FUZZ_CHECK(rc == 0 && block.count <= n);
         }
-        if (cnt <= 66) radio_region_checkIsSuppNonDfsChan(rid, cnt, freqs.data(), in.ConsumeIntegralInRange(-1, 9));
+        // Counts above 66 are refused before the list is read.
+        radio_region_checkIsSuppNonDfsChan(rid, cnt, freqs.data(), in.ConsumeIntegralInRange(-1, 9));
         break;
       }
       case 6:
