@@ -30,6 +30,8 @@ int key_match(const void *e, const void *k) { return static_cast<const Elem *>(e
 void check_table(const hash_table_t *t, const std::vector<Elem *> &model) {
   FUZZ_CHECK(t->count == model.size());
   FUZZ_CHECK(2 * t->count <= t->size);  // at least half the slots empty
+  FUZZ_CHECK(t->size >= 29 && ((t->size + 3) & (t->size + 2)) == 0);  // 29, 61, 125, ...: 2^m - 3
+  FUZZ_CHECK(uint64_t{t->count} * 100 <= uint64_t{t->size} * 26);  // grown before passing a quarter
   uint32_t stored = 0;
   for (uint32_t i = 0; i < t->size; ++i) {
     if (!t->slots[i]) continue;
@@ -74,7 +76,12 @@ void table(FuzzedDataProvider &in) {
         auto *got = static_cast<Elem *>(hash_get(t, &key));
         const bool any = std::any_of(model.begin(), model.end(), [&](Elem *m) { return m->tag == key; });
         FUZZ_CHECK((got != nullptr) == any);
-        if (got) FUZZ_CHECK(got->tag == key && std::count(model.begin(), model.end(), got) == 1);
+        // The first match along the key's probe sequence, found by walking
+        // the slots from the key's home slot.
+        Elem *first = nullptr;
+        for (uint32_t j = key_hash(&key) % t->size; t->slots[j] && !first; j = j + 1 == t->size ? 0 : j + 1)
+          if (static_cast<Elem *>(t->slots[j])->tag == key) first = static_cast<Elem *>(t->slots[j]);
+        FUZZ_CHECK(got == first);
         break;
       }
       default:  // NULL arguments change nothing
@@ -90,12 +97,14 @@ void table(FuzzedDataProvider &in) {
 void pool(FuzzedDataProvider &in) {
   fuzz::Quiet quiet;
   const std::string name = in.ConsumeRandomLengthString(40);
-  const uint32_t size = in.ConsumeIntegralInRange<uint32_t>(0, 80);
+  const uint32_t size = in.ConsumeBool() ? in.ConsumeIntegralInRange<uint32_t>(0, 80) : in.ConsumeIntegral<uint32_t>();
   const int count = in.ConsumeBool() ? in.ConsumeIntegralInRange(-2, 64) : fuzz::any_int(in);
   const uint64_t total = uint64_t{size} * static_cast<uint32_t>(count);
-  if (size >= 16 && count >= 1 && total > 1u << 20) return;  // a real allocation of up to 4 GiB: not here
+  // A real allocation of 1 MiB to 4 GiB is not made here; above 4 GiB the
+  // pool refuses before allocating.
+  if (size >= 16 && count >= 1 && total > 1u << 20 && total <= UINT32_MAX) return;
   const bool named = in.ConsumeIntegralInRange(0, 15) != 0;
-  const bool valid = named && std::strlen(name.c_str()) <= 32 && size >= 16 && count >= 1;
+  const bool valid = named && std::strlen(name.c_str()) <= 32 && size >= 16 && count >= 1 && total <= UINT32_MAX;
   mem_pool_t *p = mem_pool_create(named ? name.c_str() : nullptr, size, count);
   if (!p) {
     FUZZ_CHECK(!valid);

@@ -83,10 +83,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const char sep = text.empty() ? ',' : text[0];
     const size_t most = text.size() + 1;  // no more tokens than that
     const int32_t max = a % 300;
-    std::vector<char *> tokens(max >= 0 ? std::min<size_t>(size_t(max), most) + 1 : 0);
-    const int rc = util_formatStr2Array(copy.data(), sep, max, tokens.empty() ? nullptr : tokens.data());
-    if (max < 0 || tokens.empty()) {
-      FUZZ_CHECK(rc == -1);
+    // max + 1 pointers as the header asks (one for a negative max, which
+    // must stay untouched along with the text).
+    std::vector<char *> tokens(max >= 0 ? std::min<size_t>(size_t(max), most) + 1 : 1, nullptr);
+    const int rc = util_formatStr2Array(copy.data(), sep, max, tokens.data());
+    if (max < 0) {
+      FUZZ_CHECK(rc == -1 && tokens[0] == nullptr && copy == text);
     } else if (rc >= 0) {
       FUZZ_CHECK(rc <= max);
       for (int i = 0; i < rc; ++i) FUZZ_CHECK(*tokens[size_t(i)] && !std::strchr(tokens[size_t(i)], sep));
