@@ -11,10 +11,15 @@ namespace {
 
 // "echo on|off > /proc/morvik_gpio/<line>" (under the host root on a host,
 // the path quoted for the shell).
+// A command that would not fit the 255 characters util_execFormatCmd keeps
+// (a long host root) is not run at all: cut, it could write elsewhere.
 void set_line(const char *line, bool on) {
   char path[64];
   std::snprintf(path, sizeof path, "/proc/morvik_gpio/%s", line);
-  util_execFormatCmd("echo %s > %s", on ? "on" : "off", aputil::ShellPath(path).c_str());
+  const aputil::ShellPath word(path);
+  const char *value = on ? "on" : "off";
+  if (std::snprintf(nullptr, 0, "echo %s > %s", value, word.c_str()) > 255) return;
+  util_execFormatCmd("echo %s > %s", value, word.c_str());
 }
 
 }  // namespace

@@ -201,6 +201,17 @@ TEST(BleGpio, RootIsOneShellWord) {
   EXPECT_EQ(read_file(std::string(base) + "/INJECTED"), "");
   EXPECT_EQ(access((std::string(base) + "/INJECTED").c_str(), F_OK), -1);
   EXPECT_EQ(access((std::string(base) + "/INJECTED2").c_str(), F_OK), -1);
+  // A root too long for the 255-character command is not run at all: cut,
+  // the command would write beside the tree.
+  const std::string deep = std::string(base) + "/s/" + std::string(219, 'p') + "'x";
+  std::filesystem::create_directories(deep + "/proc/morvik_gpio");
+  setenv("APUTIL_SYSROOT", deep.c_str(), 1);
+  ble_gpio_reset();
+  if (saved) setenv("APUTIL_SYSROOT", keep.c_str(), 1); else unsetenv("APUTIL_SYSROOT");
+  EXPECT_EQ(read_file(deep + "/proc/morvik_gpio/ble_reset"), "");
+  size_t entries = 0;
+  for (const auto &e : std::filesystem::directory_iterator(std::string(base) + "/s")) entries += e.exists();
+  EXPECT_EQ(entries, 1u);  // only the tree itself
   std::filesystem::remove_all(base);
 }
 

@@ -37,7 +37,7 @@ run "$tmp/pc-shared"
 static=$(clean pkg-config --static --libs aputil)
 # shellcheck disable=SC2086
 clean "$cc" -std=c99 $cflags -o "$tmp/pc-static" "$consumer/main.c" $(clean pkg-config --cflags aputil) \
-    -Wl,-Bstatic -laputil -Wl,-Bdynamic $static -Wl,-rpath,"$libdir/aputil"
+    -Wl,-Bstatic -laputil -Wl,-Bdynamic $static
 run "$tmp/pc-static"
 if readelf -d "$tmp/pc-static" | grep -q 'libaputil\.so'; then
   echo "the static consumer needs libaputil.so"; exit 1

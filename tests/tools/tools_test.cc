@@ -90,6 +90,10 @@ TEST(Tools, CommandLineConventions) {
       {kBle + " --simulate --port /dev/null mac", 2, "--port and --simulate exclude each other"},
       {kBle + " --simulate --channel 1 --channel=2 tx-test", 2, "--channel given twice"},
       {kBle + " --simulate --power=-20 tx-test", 0, ""},
+      {kInfo + " --root " + kGood + " --root=" + kGood + " lint", 2, "--root given twice"},
+      {kInfo + " --region ' 276'", 2, "not ' 276'"},
+      {kBle + " -xs mac", 2, "unknown option '-x'"},
+      {"(" + kBle + " --simulate mac >&-)", 1, "ble-factory: write error"},  // closed: the line must not become stdout
       {"(" + kBle + " --simulate mac > /dev/full)", 1, "ble-factory: write error"},
   };
   for (const auto &c : cases) {

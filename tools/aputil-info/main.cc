@@ -17,6 +17,7 @@
 #include <string>
 
 #include "aputil_version.h"
+#include "common/cli.h"
 #include "cJSON.h"
 #include "devcfg.h"
 #include "radio_config.h"
@@ -43,7 +44,7 @@ const char kUsage[] =
     "  -h, --help      this text;  -V, --version  the version\n"
     "\n"
     "exit status: 0 success; 1 a configuration did not load, lint found a failure,\n"
-    "or the output could not be written; 2 bad arguments\n";
+    "or the output could not be written; 2 bad arguments or an unreadable tree\n";
 
 // Run f with stdout silenced (the radio loader prints its dump there).
 template <typename F>
@@ -393,7 +394,7 @@ int lint(const std::string &root) {
 // The same line for every failed write to standard output: a full disk or
 // a closed pipe makes the run fail, never a silent truncation.
 int finish(int status) {
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+  if (!aputil::cli::stdout_ok()) {
     std::fprintf(stderr, "aputil-info: write error: %s\n", std::strerror(errno ? errno : EIO));
     return status == kExitUsage ? kExitUsage : kExitFailed;
   }
@@ -417,25 +418,31 @@ int main(int argc, char **argv) {
       {"root", required_argument, nullptr, 'r'}, {"region", required_argument, nullptr, kRegion},
       {"json", no_argument, nullptr, kJson},   {nullptr, 0, nullptr, 0},
   };
+  aputil::cli::keep_standard_descriptors();
   opterr = 0;  // the messages below, in the tool's own words
+  std::string seen;
   for (int c; (c = getopt_long(argc, argv, ":hVr:", kOptions, nullptr)) != -1;) {
+    if (c != ':' && c != '?' && seen.find(static_cast<char>(c)) != std::string::npos)
+      return usage_error(aputil::cli::option_name(c, kOptions) + " given twice");
+    seen += static_cast<char>(c);
     switch (c) {
       case 'h': std::fputs(kUsage, stdout); return finish(0);
       case 'V': std::printf("aputil-info %s\n", APUTIL_VERSION); return finish(0);
-      case 'r': root = optarg; break;
+      case 'r':
+        if (!*optarg) return usage_error("--root needs a folder");
+        root = optarg;
+        break;
       case kRegion: {
-        char *end = nullptr;
-        errno = 0;
-        const long v = std::strtol(optarg, &end, 10);
-        if (errno || !*optarg || *end || v < 0 || v > 65535)
+        long v;
+        if (!aputil::cli::parse_number(optarg, 0, 65535, &v))
           return usage_error(std::string("--region takes a region code from 0 to 65535, not '") + optarg + "'");
         region = static_cast<int>(v);
         region_given = true;
         break;
       }
       case kJson: json = true; break;
-      case ':': return usage_error(std::string(argv[optind - 1]) + " needs a value");
-      default: return usage_error(std::string("unknown option '") + argv[optind - 1] + "'");
+      case ':': return usage_error(aputil::cli::bad_option(optopt, argv, optind) + " needs a value");
+      default: return usage_error("unknown option '" + aputil::cli::bad_option(optopt, argv, optind) + "'");
     }
   }
   for (int i = optind; i < argc; ++i) {

@@ -20,6 +20,7 @@
 #include "ble.h"
 #include "blesim/ble_coprocessor.h"
 #include "blesim/hci_trace.h"
+#include "common/cli.h"
 
 namespace {
 
@@ -72,10 +73,8 @@ struct Command {
 };
 
 bool parse_int(const char *text, long lo, long hi, int *out) {
-  char *end = nullptr;
-  errno = 0;
-  const long v = std::strtol(text, &end, 0);
-  if (errno || !*text || *end || v < lo || v > hi) return false;
+  long v;
+  if (!aputil::cli::parse_number(text, lo, hi, &v, 0)) return false;
   *out = static_cast<int>(v);
   return true;
 }
@@ -108,7 +107,7 @@ int usage_error(const std::string &message) {
 // A failed write to standard output (a full disk, a closed pipe) fails the
 // run: the results would be lost.
 int finish(int status) {
-  if (std::fflush(stdout) != 0 || std::ferror(stdout)) {
+  if (!aputil::cli::stdout_ok()) {
     std::fprintf(stderr, "ble-factory: write error: %s\n", std::strerror(errno ? errno : EIO));
     return kExitFailed;
   }
@@ -241,6 +240,7 @@ bool run(int fd, const Options &o, const Command &c) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  aputil::cli::keep_standard_descriptors();
   Options o;
   std::vector<Command> commands;
   const std::vector<std::string> no_arg = {"mac", "tx-test", "rx-test", "end-test", "ext-tx-test",
@@ -275,8 +275,7 @@ int main(int argc, char **argv) {
   opterr = 0;  // the messages below, in the tool's own words
   for (int c; (c = getopt_long(argc, argv, ":hVp:r:st", options.data(), nullptr)) != -1;) {
     if (c != ':' && c != '?' && std::find(seen.begin(), seen.end(), c) != seen.end())
-      return usage_error(std::string(argv[optind - 1]).substr(0, std::string(argv[optind - 1]).find('=')) +
-                         " given twice");
+      return usage_error(aputil::cli::option_name(c, options.data()) + " given twice");
     seen.push_back(c);
     switch (c) {
       case 'h': std::fputs(kUsage, stdout); return finish(0);
@@ -285,8 +284,8 @@ int main(int argc, char **argv) {
       case 'r': o.root = optarg; break;
       case 's': o.simulate = true; break;
       case 't': o.trace = true; break;
-      case ':': return usage_error(std::string(argv[optind - 1]) + " needs a value");
-      case '?': return usage_error(std::string("unknown option '") + argv[optind - 1] + "'");
+      case ':': return usage_error(aputil::cli::bad_option(optopt, argv, optind) + " needs a value");
+      case '?': return usage_error("unknown option '" + aputil::cli::bad_option(optopt, argv, optind) + "'");
       default: {
         const Numeric &n = numeric[c - 256];
         const bool ok = parse_int(optarg, n.lo, n.hi, n.out);
