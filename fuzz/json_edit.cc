@@ -158,6 +158,13 @@ bool same(const cJSON *a, const cJSON *b, bool members = false) {
   return !a && !b;
 }
 
+// Items in a tree (the item, its children and theirs).
+size_t items(const cJSON *c) {
+  size_t n = 1;
+  for (const cJSON *e = c->child; e; e = e->next) n += items(e);
+  return n;
+}
+
 // The children of a container, in order.
 std::vector<cJSON *> children(const cJSON *c) {
   std::vector<cJSON *> v;
@@ -330,8 +337,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         }
         break;
       }
-      case 8: {  // duplicate a subtree
+      case 8: {  // duplicate a subtree (not a large one: duplicates of duplicates grow exponentially)
         const bool recurse = in.ConsumeBool();
+        if (recurse && items(c) > 2000) break;
         cJSON *dup = cJSON_Duplicate(c, recurse);
         FUZZ_CHECK(dup != nullptr && (dup->type & 255) == (c->type & 255) && !dup->next && !dup->prev);
         if (recurse)
