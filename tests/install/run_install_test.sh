@@ -33,11 +33,13 @@ flags=$(clean pkg-config --cflags --libs aputil)
 clean "$cc" -std=c99 -pedantic -Wall -Wextra -Werror $cflags -o "$tmp/pc-shared" "$consumer/main.c" $flags \
     -Wl,-rpath,"$libdir"
 run "$tmp/pc-shared"
-# pkg-config, static: libaputil.a and everything --static lists.
+# pkg-config, static: libaputil.a and everything --static lists (its -laputil
+# then goes unused: --as-needed keeps libaputil.so out of NEEDED whatever the
+# toolchain's default).
 static=$(clean pkg-config --static --libs aputil)
 # shellcheck disable=SC2086
 clean "$cc" -std=c99 $cflags -o "$tmp/pc-static" "$consumer/main.c" $(clean pkg-config --cflags aputil) \
-    -Wl,-Bstatic -laputil -Wl,-Bdynamic $static
+    -Wl,--as-needed -Wl,-Bstatic -laputil -Wl,-Bdynamic $static
 run "$tmp/pc-static"
 if readelf -d "$tmp/pc-static" | grep -q 'libaputil\.so'; then
   echo "the static consumer needs libaputil.so"; exit 1
