@@ -391,20 +391,8 @@ int lint(const std::string &root) {
   return failed ? kExitFailed : 0;
 }
 
-// The same line for every failed write to standard output: a full disk or
-// a closed pipe makes the run fail, never a silent truncation.
-int finish(int status) {
-  if (!aputil::cli::stdout_ok()) {
-    std::fprintf(stderr, "aputil-info: write error: %s\n", std::strerror(errno ? errno : EIO));
-    return status == kExitUsage ? kExitUsage : kExitFailed;
-  }
-  return status;
-}
-
-int usage_error(const std::string &message) {
-  std::fprintf(stderr, "aputil-info: %s\n(aputil-info --help for the usage)\n", message.c_str());
-  return kExitUsage;
-}
+int usage_error(const std::string &message) { return aputil::cli::usage_error("aputil-info", message); }
+int finish(int status) { return aputil::cli::finish("aputil-info", status); }
 
 }  // namespace
 

@@ -99,21 +99,6 @@ bool parse_address(const std::string &text, uint8_t out[6]) {
   return true;
 }
 
-int usage_error(const std::string &message) {
-  std::fprintf(stderr, "ble-factory: %s\n(ble-factory --help for the usage)\n", message.c_str());
-  return kExitUsage;
-}
-
-// A failed write to standard output (a full disk, a closed pipe) fails the
-// run: the results would be lost.
-int finish(int status) {
-  if (!aputil::cli::stdout_ok()) {
-    std::fprintf(stderr, "ble-factory: write error: %s\n", std::strerror(errno ? errno : EIO));
-    return kExitFailed;
-  }
-  return status;
-}
-
 // Under a firmware tree, the GPIO lines a sequence leaves behind, read back:
 // the name of the first line file that does not hold its final state, or ""
 // when all do. (On the device the lines are kernel files that need not read
@@ -236,6 +221,9 @@ bool run(int fd, const Options &o, const Command &c) {
   std::fflush(stdout);
   return rc == 0;
 }
+
+int usage_error(const std::string &message) { return aputil::cli::usage_error("ble-factory", message); }
+int finish(int status) { return aputil::cli::finish("ble-factory", status); }
 
 }  // namespace
 

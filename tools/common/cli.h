@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace aputil::cli {
@@ -71,6 +72,22 @@ inline bool parse_number(const char *text, long lo, long hi, long *out, int base
   if (errno || *end || v < lo || v > hi) return false;
   *out = v;
   return true;
+}
+
+// Exit status 2 (bad arguments), after one line naming the problem.
+inline int usage_error(const char *tool, const std::string &message) {
+  std::fprintf(stderr, "%s: %s\n(%s --help for the usage)\n", tool, message.c_str(), tool);
+  return 2;
+}
+
+// The tool's exit status once its output is flushed: a write that failed
+// turns success into 1 (bad arguments keep their 2).
+inline int finish(const char *tool, int status) {
+  if (!stdout_ok()) {
+    std::fprintf(stderr, "%s: write error: %s\n", tool, std::strerror(errno ? errno : EIO));
+    return status == 2 ? 2 : 1;
+  }
+  return status;
 }
 
 }  // namespace aputil::cli
