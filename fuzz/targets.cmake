@@ -2,7 +2,7 @@
 # tests (tests/fuzz/).
 set(APUTIL_FUZZ_TARGETS
   json_roundtrip devcfg_load radio_load regdomain dns_reply base64_decode rsa_verify hci_reply converters
-  bignum md5_des b64_crc containers region_args conv_args evloop_ops json_edit api_args)
+  bignum md5_des b64_crc containers region_args conv_args evloop_ops json_edit api_args regdb)
 
 # The system cJSON as the oracle process of json_edit, where it is there.
 find_path(SYSTEM_CJSON_INCLUDE_DIR cjson/cJSON.h)
@@ -47,5 +47,8 @@ function(aputil_fuzz_target_setup exe name)
       target_compile_definitions(${exe} PRIVATE CJSON_ORACLE="$<TARGET_FILE:aputil_cjson_oracle>")
       add_dependencies(${exe} aputil_cjson_oracle)
     endif()
+  elseif(name STREQUAL "regdb")
+    target_sources(${exe} PRIVATE ${PROJECT_SOURCE_DIR}/tools/aputil-info/regdb.cc)
+    target_include_directories(${exe} PRIVATE ${PROJECT_SOURCE_DIR}/tools)
   endif()
 endfunction()

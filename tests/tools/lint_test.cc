@@ -1,0 +1,233 @@
+// aputil-info lint on the sample tree and on copies of it broken one way
+// each: every case gives its own finding, and only that one.
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+#include "support/fw_root.h"
+
+namespace aputil::test {
+namespace {
+
+const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
+const std::string kInfo = kRunner + APUTIL_INFO, kSample = std::string(EXAMPLES_DIR) + "/firmware";
+const std::string kModel = "/etc/AP100_X_2.0/";
+
+struct Outcome {
+  int exit;
+  std::string out, err;
+};
+
+// A copy of the sample tree, to break.
+class Tree {
+ public:
+  Tree() { std::system(("cp -r " + kSample + "/. " + root_.dir()).c_str()); }
+  const std::string &dir() const { return root_.dir(); }
+  // Replaces the first `from` in a model file by `to`.
+  void edit(const std::string &file, const std::string &from, const std::string &to) const {
+    std::string text = root_.read(kModel + file);
+    const size_t at = text.find(from);
+    ASSERT_NE(at, std::string::npos) << file << ": " << from;
+    root_.write(kModel + file, text.replace(at, from.size(), to));
+  }
+  void write(const std::string &device_path, const std::string &text) const { root_.write(device_path, text); }
+  std::string read(const std::string &file) const { return root_.read(kModel + file); }
+  Outcome lint(const std::string &options = "") const {
+    const std::string out = root_.dir() + "/.out", err = root_.dir() + "/.err";
+    const int status =
+        std::system((kInfo + " --root " + root_.dir() + " lint " + options + " >" + out + " 2>" + err).c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
+  }
+
+ private:
+  FirmwareRoot root_;
+};
+
+int count(const std::string &text, const std::string &what) {
+  int n = 0;
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += what.size()) ++n;
+  return n;
+}
+
+struct Case {
+  const char *name;
+  std::function<void(const Tree &)> breaks;
+  const char *options;
+  int exit;
+  const char *finding;  // on stdout: the one finding the case must give
+  const char *summary;  // its last line
+};
+
+void expect(const Case &c, const Outcome &r) {
+  EXPECT_EQ(r.exit, c.exit) << c.name << "\n" << r.out << r.err;
+  EXPECT_NE(r.out.find(c.finding), std::string::npos) << c.name << "\n" << r.out;
+  EXPECT_NE(r.out.find(std::string("\n") + c.summary), std::string::npos) << c.name << "\n" << r.out;
+}
+
+TEST(Lint, TheSampleTreeIsClean) {
+  Tree t;
+  const Outcome r = t.lint("--regdb " + std::string(REGDB_FILE));
+  EXPECT_EQ(r.exit, 0) << r.out << r.err;
+  for (const char *line :
+       {"product-info: \"AP100 X(EU):2.0\" region \"US\": /etc/AP100_X_2.0/\ndev_config.json: ok\nradio_config.json: ok\n"
+        "REG_DOMAIN2/REG_DOMAIN5: 5 regions, all load\n",
+        "region 36 (AU): 31 channels, 0 errors, 0 warnings\n", "region 840 (US): 36 channels, 0 errors, 0 warnings\n",
+        "region 999: skipped: no ISO 3166-1 country has the numeric code 999\n", "lint: 0 errors, 0 warnings\n"})
+    EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
+  EXPECT_NE(r.err.find("<debug>_radio_region_init(): 285  @ region:840, parse channel num:25\n"), std::string::npos);
+}
+
+// What the loaders let through, one broken tree each.
+TEST(Lint, FindsWhatTheLoadersTolerate) {
+  const Case cases[] = {
+      {"REG_DOMAIN5 cut in a line of region 276",
+       [](const Tree &t) { t.write(kModel + "ath/REG_DOMAIN5", t.read("ath/REG_DOMAIN5").substr(0, 760)); }, "", 1,
+       "/etc/AP100_X_2.0/ath/REG_DOMAIN5:41: error: region 276: \"5600,8701\" does not scan as four fields "
+       "FREQ,COMMONFLAG,EXTFLAG,POWER; the loader refuses the region",
+       "lint: 4 errors, 0 warnings"},
+      {"a string where a number belongs", [](const Tree &t) { t.edit("dev_config.json", "256", "\"512\""); }, "", 1,
+       "/etc/AP100_X_2.0/dev_config.json: error: \"ddrSize\": a string where a number belongs; the loader treats it as "
+       "absent",
+       "lint: 1 error, 0 warnings"},
+      {"a number out of range", [](const Tree &t) { t.edit("radio_config.json", "128", "513"); }, "", 1,
+       "error: \"maxStaPerRadio\": 513 is out of range (1 to 512)", "lint: 1 error, 0 warnings"},
+      {"a name longer than the loader keeps",
+       [](const Tree &t) { t.edit("radio_config.json", "\"wifi1\"", "\"wifi1-longer-name\""); }, "", 1,
+       "error: \"radioTable[1].ifname\": 17 characters; the loader keeps 15", "lint: 1 error, 0 warnings"},
+      {"an unknown key is a warning", [](const Tree &t) { t.edit("dev_config.json", "\"bleSupp\"", "\"bleSup\""); }, "",
+       0, "warning: \"bleSup\": unknown key; the loader ignores it", "lint: 0 errors, 1 warning"},
+      {"a file over the loader's limit",
+       [](const Tree &t) { t.edit("dev_config.json", "\"ddrSize\"", std::string(1900, ' ') + "\"ddrSize\""); }, "", 1,
+       "dev_config.json: error: 2891 bytes, over the loader's limit of 2048 bytes: the device reads a cut text that is "
+       "not JSON (byte offset 2048)",
+       "lint: 1 error, 0 warnings"},
+      {"no product identity", [](const Tree &t) { std::remove((t.dir() + "/nvram/product-info").c_str()); }, "", 1,
+       "NVRAM product-info: error: the product identity cannot be read", "lint: 1 error, 0 warnings"},
+      {"contradictory channel flags",
+       [](const Tree &t) { t.edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,1000,23"); }, "", 1,
+       "REG_DOMAIN5:2: error: region 840, 5180 MHz: extFlag 0x1000 has DFS-enabled, DFS-class or weather-radar bits "
+       "without the DFS bit 0x2",
+       "lint: 1 error, 0 warnings"},
+      {"not a channel centre", [](const Tree &t) { t.edit("ath/REG_DOMAIN2", "2417,", "2418,"); }, "", 1,
+       "REG_DOMAIN2:3: error: region 840, 2418 MHz: not a channel centre", "lint: 1 error, 0 warnings"},
+      {"channels dropped since an earlier tree",
+       [](const Tree &t) { t.edit("ath/REG_DOMAIN2", "2457,50080,0,30\n2462,50080,0,30\n", ""); },
+       "--against " EXAMPLES_DIR "/firmware", 1,
+       "REG_DOMAIN2:1: error: region 840 has 9 channels where " EXAMPLES_DIR
+       "/firmware/etc/AP100_X_2.0/ath/REG_DOMAIN2 has 11; lost (MHz): 2457 2462",
+       "lint: 1 error, 0 warnings"},
+  };
+  for (const Case &c : cases) {
+    Tree t;
+    c.breaks(t);
+    expect(c, t.lint(c.options));
+  }
+}
+
+// The two messages the loader prints without a line end between them
+// come out on two lines.
+TEST(Lint, LibraryLinesOneMessageALine) {
+  Tree t;
+  std::remove((t.dir() + "/nvram/product-info").c_str());
+  const Outcome r = t.lint();
+  EXPECT_EQ(r.err,
+            "<error>initProductInfo(): 254  @ failed to read productinfo.\n"
+            "<error>devcfg_init(): 340  @ failed to init ProductInfo\n");
+  EXPECT_EQ(count(r.out, "dev_config.json"), 0) << r.out;  // not blamed for the missing identity
+}
+
+// Each synthetic break of a region's table against the real database
+// gives exactly its finding.
+TEST(Lint, RegulatoryDatabase) {
+  const std::string regdb = "--regdb " + std::string(REGDB_FILE);
+  const Case cases[] = {
+      {"a channel outside every rule", [](const Tree &t) { t.edit("ath/REG_DOMAIN2", "2462,50080,0,30\n", "2462,50080,0,30\n2484,10080,0,30\n"); },
+       "", 1, "region 840 (US), radio 0, channel 14 (2484 MHz): error: the 20 MHz channel 2474-2494 MHz is outside every rule of US",
+       "region 840 (US): 37 channels, 1 errors, 0 warnings"},
+      {"a DFS channel without the DFS bit", [](const Tree &t) { t.edit("ath/REG_DOMAIN5", "5260,870100,1102,23", "5260,870100,0,23"); },
+       "", 1,
+       "region 840 (US), radio 1, channel 52 (5260 MHz): error: inside a DFS rule but extFlag 0x0 lacks the DFS bit 0x2; "
+       "rule 5250-5350 MHz, 80 MHz wide, 24 dBm, DFS AUTO-BW",
+       "region 840 (US): 36 channels, 1 errors, 0 warnings"},
+      {"power over the limit", [](const Tree &t) { t.edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,24"); }, "", 1,
+       "region 840 (US), radio 1, channel 36 (5180 MHz): error: maximum power 24 dBm EIRP exceeds the rule's 23 dBm; rule "
+       "5150-5250 MHz, 80 MHz wide, 23 dBm, AUTO-BW",
+       "region 840 (US): 36 channels, 1 errors, 0 warnings"},
+      {"conducted power plus the gains over the limit",
+       [](const Tree &t) {
+         t.edit("radio_config.json", "\"EIRP\":true", "\"EIRP\":false");
+         t.edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,17");
+       },
+       "", 1,
+       "channel 36 (5180 MHz): error: maximum power 17 dBm conducted + 4 dBi antenna + 3 dB MIMO = 24 dBm EIRP exceeds "
+       "the rule's 23 dBm",
+       "region 840 (US): 36 channels, "},
+      {"an HT40 pair across a rule gap",
+       [](const Tree &t) { t.edit("ath/REG_DOMAIN5", "5580,10100,1102,26", "5580,70100,1102,26"); }, "", 1,
+       "region 36 (AU), radio 1, channel 116 (5580 MHz): error: its HT40 block 5570-5610 MHz (commonFlag 0x70100) "
+       "crosses the edge of the rule; rule 5470-5600 MHz, 80 MHz wide, 26.98 dBm, DFS",
+       "region 36 (AU): 31 channels, 1 errors, 0 warnings"},
+      {"a DFS bit where no rule asks for one is a warning",
+       [](const Tree &t) { t.edit("ath/REG_DOMAIN5", "5745,870100,0,30", "5745,870100,1002,30"); }, "", 0,
+       "region 840 (US), radio 1, channel 149 (5745 MHz): warning: DFS bit 0x2 where no rule asks for radar detection",
+       "region 840 (US): 36 channels, 0 errors, 1 warnings"},
+  };
+  for (const Case &c : cases) {
+    Tree t;
+    c.breaks(t);
+    expect(c, t.lint(regdb));
+  }
+}
+
+TEST(Lint, RegulatoryFindingsAsJson) {
+  Tree t;
+  t.edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,24");
+  const Outcome r = t.lint("--json --regdb=" + std::string(REGDB_FILE));
+  EXPECT_EQ(r.exit, 1);
+  cJSON *doc = cJSON_Parse(r.out.c_str());
+  ASSERT_NE(doc, nullptr) << r.out;
+  EXPECT_EQ(cJSON_GetObjectItem(doc, "errors")->valueint, 1);
+  cJSON *f = cJSON_GetArrayItem(cJSON_GetObjectItem(doc, "findings"), 0);
+  ASSERT_NE(f, nullptr);
+  EXPECT_STREQ(cJSON_GetObjectItem(f, "country")->valuestring, "US");
+  EXPECT_EQ(cJSON_GetObjectItem(f, "region")->valueint, 840);
+  EXPECT_EQ(cJSON_GetObjectItem(f, "radio")->valueint, 1);
+  EXPECT_EQ(cJSON_GetObjectItem(f, "channel")->valueint, 36);
+  EXPECT_EQ(cJSON_GetObjectItem(f, "freq")->valueint, 5180);
+  EXPECT_STREQ(cJSON_GetObjectItem(f, "rule")->valuestring, "5150-5250 MHz, 80 MHz wide, 23 dBm, AUTO-BW");
+  cJSON *regions = cJSON_GetObjectItem(cJSON_GetObjectItem(doc, "regdb"), "regions");
+  EXPECT_EQ(cJSON_GetArraySize(regions), 5);
+  cJSON_Delete(doc);
+}
+
+// A damaged database stops lint before anything runs: exit 2, one line.
+TEST(Lint, DamagedDatabase) {
+  Tree t;
+  std::string db = read_file(REGDB_FILE);
+  ASSERT_GT(db.size(), 100u);
+  const struct {
+    std::string bytes;
+    const char *message;
+  } cases[] = {
+      {db.substr(0, 40), "aputil-info: "},
+      {"XXXX" + db.substr(4), "aputil-info: "},
+      {db.substr(0, 10) + "\xff\xff" + db.substr(12), "aputil-info: "},
+  };
+  for (const auto &c : cases) {
+    t.write("/bad.db", c.bytes);
+    const Outcome r = t.lint("--regdb " + t.dir() + "/bad.db");
+    EXPECT_EQ(r.exit, 2) << r.out << r.err;
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err.rfind(c.message, 0), 0u) << r.err;
+    EXPECT_EQ(count(r.err, "\n"), 1) << r.err;
+  }
+  EXPECT_EQ(t.lint("--regdb /nonexistent.db").exit, 2);
+}
+
+}  // namespace
+}  // namespace aputil::test
