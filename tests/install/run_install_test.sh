@@ -58,6 +58,9 @@ run "$tmp/cmake-build/consumer"
 if [ -x "$prefix/bin/aputil-info" ]; then
   run "$prefix/bin/aputil-info" --root "$src/examples/firmware" > "$tmp/info.out" 2>&1 || { cat "$tmp/info.out"; exit 1; }
   grep -q 'modelDirectory: /etc/AP100_X_2.0/' "$tmp/info.out"
+  run "$prefix/bin/aputil-info" --root "$src/examples/firmware" lint --regdb "$src/tests/data/regdb/regulatory.db" \
+    > "$tmp/lint.out" 2>/dev/null || { cat "$tmp/lint.out"; exit 1; }
+  grep -q '^region 840 (US): 36 channels, 0 errors, 0 warnings$' "$tmp/lint.out"
   run "$prefix/bin/aputil-info" --version | grep -q "aputil-info $(clean pkg-config --modversion aputil)"
   run "$prefix/bin/ble-factory" --simulate mac > "$tmp/ble.out" 2>&1 || { cat "$tmp/ble.out"; exit 1; }
   run "$prefix/bin/ble-factory" --version | grep -q "ble-factory $(clean pkg-config --modversion aputil)"

@@ -1,5 +1,7 @@
 #include "aputil-info/tree.h"
 
+#include <dlfcn.h>
+
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
@@ -7,12 +9,20 @@
 #include <cstring>
 #include <set>
 
-#include "nm_api.h"
 #include "radio_region.h"
 
 namespace aputil::info {
 
 namespace {
+
+// The NVRAM library's functions. It is the aputil library's own
+// dependency (kept in the library's private folder on a host install), so
+// the tool looks them up among the process's symbols instead of linking it
+// a second time. Returns: nullptr when the process has no such function.
+template <typename Fn>
+Fn nvram_function(const char *name) {
+  return reinterpret_cast<Fn>(dlsym(RTLD_DEFAULT, name));
+}
 
 // Runs f with the NVRAM emulation pointed at root, then puts it back.
 template <typename F>
@@ -98,10 +108,14 @@ int scan_channel(const std::string &token, ChanLine *c, bool *exact) {
 
 Identity read_identity(const std::string &root) {
   Identity id;
+  const auto init = nvram_function<int (*)()>("nm_api_init");
+  const auto read = nvram_function<int (*)(const char *, char *, int)>("nm_api_readPtnFromNvram");
+  const auto region_name = nvram_function<int (*)(char *, int)>("nm_api_getRegionName");
+  if (!init || !read || !region_name) return id;
   with_nvram_root(root, [&] {
-    nm_api_init();
+    init();
     char info[512] = {0};
-    id.read = nm_api_readPtnFromNvram("product-info", info, sizeof info) >= 1;
+    id.read = read("product-info", info, sizeof info) >= 1;
     if (!id.read) return;
     for (char &c : info)
       if (c == '\r' || c == '\n') c = '\0';
@@ -111,7 +125,7 @@ Identity read_identity(const std::string &root) {
     if (id.fields < 0) id.fields = 0;
     for (char *p = name; *p; ++p)
       if (*p == ' ') *p = '_';
-    nm_api_getRegionName(region, sizeof region);
+    region_name(region, sizeof region);
     id.region = std::string(region, strnlen(region, 2));
     id.name = name, id.qualifier = qualifier, id.version = version;
     for (const char *code : {"CA", "JP", "EG", "HK", "RU", "AU", "KR"})
