@@ -21,10 +21,14 @@ struct Options {
   std::string against;         // lint: an earlier firmware tree, or ""
   bool regdb = false;          // lint: check against the regulatory database
   std::string regdb_file = kDefaultRegdb;
+  std::string output;          // plot: the SVG file, "" for stdout
+  bool all_regions = false;    // plot: every region on one page
+  int band = 0;                // plot: 2 or 5 for one band's radio, 0 for both
 };
 
 int show(const Options &o);
 int lint(const Options &o);
+int plot(const Options &o);
 
 // Runs f with standard output silenced (the loaders print their dumps
 // there) and, with err, standard error captured into *err.

@@ -2,6 +2,7 @@
 //
 //   aputil-info [--root DIR] [--region CODE] [--json] [show]
 //   aputil-info [--root DIR] [--json] [--against TREE] [--regdb [FILE]] lint
+//   aputil-info [--root DIR] [--region CODE | --all-regions] [--band 2|5] [--regdb [FILE]] [-o FILE] plot
 //
 // Exit status: 0 success (lint: no errors, warnings allowed); 1 a
 // configuration did not load (show), lint found an error, or the output
@@ -26,6 +27,8 @@ using aputil::info::kExitUsage;
 const char kUsage[] =
     "usage: aputil-info [--root DIR] [--region CODE] [--json] [show]\n"
     "       aputil-info [--root DIR] [--json] [--against TREE] [--regdb [FILE]] lint\n"
+    "       aputil-info [--root DIR] [--region CODE | --all-regions] [--band 2|5]\n"
+    "                   [--regdb [FILE]] [-o FILE] plot\n"
     "       aputil-info --help | --version\n"
     "\n"
     "  show   print the model's identity, device capabilities, ports, per-model paths,\n"
@@ -34,13 +37,19 @@ const char kUsage[] =
     "  lint   load the model's files as the device does, then check what the loaders\n"
     "         let through: key types and ranges, file sizes, every REG_DOMAIN line,\n"
     "         regions one file lacks, contradictory channel flags\n"
+    "  plot   draw the region's channel plan as SVG, one panel per radio (with --regdb:\n"
+    "         the country's rules and lint's findings over it); --all-regions: every\n"
+    "         region on one page, regions down, channels across\n"
     "\n"
     "  -r, --root DIR    firmware tree standing for the device's / (default: /)\n"
-    "  --region CODE     region code for the regulatory table (show)\n"
+    "  --region CODE     region code for the regulatory table (show, plot)\n"
     "  --json            print the same data as JSON\n"
     "  --against TREE    lint: report regions that lost channels since this earlier tree\n"
-    "  --regdb [FILE]    lint: check every region against the wireless regulatory\n"
+    "  --regdb [FILE]    lint, plot: check every region against the wireless regulatory\n"
     "                    database (default " "/lib/firmware/regulatory.db)\n"
+    "  --all-regions     plot: every region on one page\n"
+    "  --band 2|5        plot: only the 2.4 GHz or the 5 GHz radio\n"
+    "  -o, --output FILE plot: write the SVG to FILE instead of standard output\n"
     "  -h, --help        this text;  -V, --version  the version\n"
     "\n"
     "exit status: 0 success (lint: no errors); 1 a configuration did not load, lint\n"
@@ -67,18 +76,20 @@ bool readable_tree(const std::string &dir) {
 int main(int argc, char **argv) {
   aputil::info::Options o;
   std::string command;
-  enum { kRegion = 256, kJson, kAgainst, kRegdb };
+  enum { kRegion = 256, kJson, kAgainst, kRegdb, kAllRegions, kBand };
   static const option kOptions[] = {
       {"help", no_argument, nullptr, 'h'},       {"version", no_argument, nullptr, 'V'},
       {"root", required_argument, nullptr, 'r'}, {"region", required_argument, nullptr, kRegion},
       {"json", no_argument, nullptr, kJson},     {"against", required_argument, nullptr, kAgainst},
-      {"regdb", optional_argument, nullptr, kRegdb}, {nullptr, 0, nullptr, 0},
+      {"regdb", optional_argument, nullptr, kRegdb}, {"all-regions", no_argument, nullptr, kAllRegions},
+      {"band", required_argument, nullptr, kBand}, {"output", required_argument, nullptr, 'o'},
+      {nullptr, 0, nullptr, 0},
   };
-  auto is_command = [](const std::string &a) { return a == "show" || a == "lint"; };
+  auto is_command = [](const std::string &a) { return a == "show" || a == "lint" || a == "plot"; };
   aputil::cli::keep_standard_descriptors();
   opterr = 0;  // the messages below, in the tool's own words
   std::string seen;
-  for (int c; (c = getopt_long(argc, argv, ":hVr:", kOptions, nullptr)) != -1;) {
+  for (int c; (c = getopt_long(argc, argv, ":hVr:o:", kOptions, nullptr)) != -1;) {
     if (c != ':' && c != '?' && seen.find(static_cast<char>(c)) != std::string::npos)
       return usage_error(aputil::cli::option_name(c, kOptions) + " given twice");
     seen += static_cast<char>(c);
@@ -110,6 +121,16 @@ int main(int argc, char **argv) {
         if (optarg && !*optarg) return usage_error("--regdb needs a file when given one");
         if (optarg) o.regdb_file = optarg;
         break;
+      case kAllRegions: o.all_regions = true; break;
+      case kBand:
+        if (std::strcmp(optarg, "2") != 0 && std::strcmp(optarg, "5") != 0)
+          return usage_error(std::string("--band takes 2 or 5, not '") + optarg + "'");
+        o.band = *optarg - '0';
+        break;
+      case 'o':
+        if (!*optarg) return usage_error("--output needs a file");
+        o.output = optarg;
+        break;
       case ':': return usage_error(aputil::cli::bad_option(optopt, argv, optind) + " needs a value");
       default: return usage_error("unknown option '" + aputil::cli::bad_option(optopt, argv, optind) + "'");
     }
@@ -121,14 +142,24 @@ int main(int argc, char **argv) {
     command = a;
   }
   if (command.empty()) command = "show";
-  if (command == "lint" && o.region_given) return usage_error("--region applies to show, not lint");
-  if (command == "show" && (o.regdb || !o.against.empty()))
-    return usage_error(std::string(o.regdb ? "--regdb" : "--against") + " applies to lint, not show");
+  // Each option applies to some commands only.
+  const struct {
+    bool given;
+    const char *name, *commands;
+  } scope[] = {{o.region_given, "--region", "show and plot"}, {o.json, "--json", "show and lint"},
+               {!o.against.empty(), "--against", "lint"},      {o.regdb, "--regdb", "lint and plot"},
+               {o.all_regions, "--all-regions", "plot"},    {o.band != 0, "--band", "plot"},
+               {!o.output.empty(), "--output", "plot"}};
+  for (const auto &s : scope)
+    if (s.given && std::string(s.commands).find(command) == std::string::npos)
+      return usage_error(std::string(s.name) + " applies to " + s.commands + ", not " + command);
+  if (o.all_regions && o.region_given) return usage_error("--region and --all-regions exclude each other");
   if (!o.against.empty()) {
     const std::string earlier = tree_argument(o.against);
     o.against = earlier.empty() ? "/" : earlier;  // "/": the device's own files
   }
   if (!readable_tree(o.root) || !readable_tree(o.against)) return kExitUsage;
   if (!o.root.empty()) setenv("APUTIL_SYSROOT", o.root.c_str(), 1);
-  return finish(command == "lint" ? aputil::info::lint(o) : aputil::info::show(o));
+  if (command == "lint") return finish(aputil::info::lint(o));
+  return finish(command == "plot" ? aputil::info::plot(o) : aputil::info::show(o));
 }

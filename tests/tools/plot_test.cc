@@ -1,0 +1,169 @@
+// aputil-info plot: the SVG is XML, renders to a PNG that is not blank,
+// and its structure says what the tables say: one bar per channel, the
+// DFS bars exactly the DFS channels, lint's findings on their channels.
+#include <sys/wait.h>
+#include <zlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <regex>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/fw_root.h"
+
+namespace aputil::test {
+namespace {
+
+const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
+const std::string kInfo = kRunner + APUTIL_INFO, kSample = std::string(EXAMPLES_DIR) + "/firmware";
+const std::string kRegdb = " --regdb " + std::string(REGDB_FILE);
+
+int sh(const std::string &cmd) {
+  const int status = std::system(cmd.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool have(const char *tool) { return sh(std::string("command -v ") + tool + " >/dev/null 2>&1") == 0; }
+
+class Plot : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!have("xmllint") || !have("rsvg-convert")) GTEST_SKIP() << "needs xmllint (libxml2-utils) and rsvg-convert (librsvg2-bin)";
+    sh("cp -r " + kSample + "/. " + root_.dir());
+  }
+  // Plots into svg_; returns the exit status.
+  int plot(const std::string &args) {
+    svg_ = root_.dir() + "/plot.svg";
+    return sh(kInfo + " --root " + root_.dir() + " plot " + args + " -o " + svg_ + " 2>/dev/null");
+  }
+  // An XPath over the SVG's elements, by local name; "" when nothing matches.
+  std::string xpath(const std::string &path) {
+    const std::string out = root_.dir() + "/xpath.out";
+    sh("xmllint --xpath '" + path + "' " + svg_ + " >" + out + " 2>/dev/null");
+    return read_file(out);
+  }
+  int count(const std::string &path) { return std::atoi(xpath("count(" + path + ")").c_str()); }
+  // The data-freq values of the elements a path selects.
+  std::set<int> freqs(const std::string &path) {
+    std::set<int> out;
+    const std::string text = xpath(path + "/@data-freq");
+    const std::regex value("data-freq=\"(\\d+)\"");
+    for (auto it = std::sregex_iterator(text.begin(), text.end(), value); it != std::sregex_iterator(); ++it)
+      out.insert(std::stoi((*it)[1]));
+    return out;
+  }
+  void edit(const std::string &file, const std::string &from, const std::string &to) {
+    const std::string path = "/etc/AP100_X_2.0/" + file;
+    std::string text = root_.read(path);
+    ASSERT_NE(text.find(from), std::string::npos);
+    root_.write(path, text.replace(text.find(from), from.size(), to));
+  }
+
+  FirmwareRoot root_;
+  std::string svg_;
+};
+
+const char kBars[] = "//*[local-name()=\"rect\"][contains(concat(\" \",@class,\" \"),\" bar \")][@data-freq]";
+std::string with_class(const char *cls) {
+  return std::string(kBars) + "[contains(concat(\" \",@class,\" \"),\" " + cls + " \")]";
+}
+
+// Width, height and whether the pixels differ, from the PNG's IHDR and its
+// inflated IDAT data.
+struct Png {
+  unsigned width = 0, height = 0;
+  int distinct_bytes = 0;
+};
+
+Png read_png(const std::string &path) {
+  const std::string png = read_file(path);
+  Png p;
+  if (png.size() < 33 || png.compare(1, 3, "PNG") != 0) return p;
+  auto be32 = [&](size_t at) {
+    return (unsigned(uint8_t(png[at])) << 24) | (unsigned(uint8_t(png[at + 1])) << 16) |
+           (unsigned(uint8_t(png[at + 2])) << 8) | unsigned(uint8_t(png[at + 3]));
+  };
+  p.width = be32(16), p.height = be32(20);
+  std::string idat;
+  for (size_t at = 8; at + 8 <= png.size();) {
+    const size_t len = be32(at);
+    if (png.compare(at + 4, 4, "IDAT") == 0) idat += png.substr(at + 8, len);
+    at += 12 + len;
+  }
+  std::string pixels(static_cast<size_t>(p.width) * p.height * 4 + p.height, '\0');
+  uLongf size = pixels.size();
+  uncompress(reinterpret_cast<Bytef *>(pixels.data()), &size, reinterpret_cast<const Bytef *>(idat.data()), idat.size());
+  std::set<char> seen(pixels.begin(), pixels.begin() + static_cast<long>(size));
+  p.distinct_bytes = static_cast<int>(seen.size());
+  return p;
+}
+
+TEST_F(Plot, OneBarPerChannelDfsBarsAreTheDfsChannels) {
+  ASSERT_EQ(plot("--region 276" + kRegdb), 0);
+  EXPECT_EQ(sh("xmllint --noout " + svg_), 0);
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"0\"]"), 13);
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"1\"]"), 19);
+  const std::set<int> dfs = {5260, 5280, 5300, 5320, 5500, 5520, 5540, 5560, 5580, 5600, 5620, 5640, 5660, 5680, 5700};
+  EXPECT_EQ(freqs(with_class("dfs")), dfs);
+  EXPECT_EQ(freqs(with_class("wradar")), (std::set<int>{5600, 5620, 5640}));
+  EXPECT_EQ(count(with_class("finding")), 0);
+  EXPECT_NE(xpath("//*[local-name()=\"text\"][@class=\"title\"]").find("region 276 (DE)"), std::string::npos);
+  EXPECT_GT(count("//*[local-name()=\"path\"][@class=\"rule\"]"), 4);  // the rules drawn over the bars
+
+  const std::string png = root_.dir() + "/plot.png";
+  ASSERT_EQ(sh("rsvg-convert -o " + png + " " + svg_), 0);
+  const Png p = read_png(png);
+  EXPECT_EQ(p.width, 1000u);
+  EXPECT_EQ(static_cast<int>(p.height), std::atoi(xpath("string(/*/@height)").c_str()));
+  EXPECT_GT(p.distinct_bytes, 16);  // not one flat colour
+}
+
+// lint's finding marks its channel, with the same wording in its title.
+TEST_F(Plot, FindingsMarkTheirChannels) {
+  edit("ath/REG_DOMAIN5", "5580,10100,1102,26", "5580,70100,1102,26");
+  ASSERT_EQ(plot("--region 36 --band 5" + kRegdb), 0);
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"0\"]"), 0);  // --band 5: the 5 GHz radio only
+  EXPECT_EQ(freqs(with_class("finding")), std::set<int>{5580});
+  const std::string title = xpath("string(" + with_class("finding") + "/*[local-name()=\"title\"])");
+  EXPECT_NE(title.find("region 36 (AU), radio 1, channel 116 (5580 MHz): error: its HT40 block 5570-5610 MHz "
+                       "(commonFlag 0x70100) crosses the edge of the rule"),
+            std::string::npos)
+      << title;
+}
+
+// A region the second radio's file lost shows an empty panel; without
+// --regdb nothing is drawn from the database.
+TEST_F(Plot, LostChannelsAreAbsent) {
+  edit("ath/REG_DOMAIN5", "JAPAN:392", "NIPPON:9392");
+  ASSERT_EQ(plot("--region 392"), 0);
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"0\"]"), 14);
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"1\"]"), 0);
+  EXPECT_EQ(count("//*[local-name()=\"path\"][@class=\"rule\"]"), 0);
+}
+
+TEST_F(Plot, AllRegionsOnOnePage) {
+  ASSERT_EQ(plot("--all-regions" + kRegdb), 0);
+  EXPECT_EQ(sh("xmllint --noout " + svg_), 0);
+  EXPECT_EQ(count("//*[local-name()=\"g\"][@class=\"region\"]"), 5);
+  const std::string cells = "//*[local-name()=\"g\"][@data-region=\"276\"]/*[local-name()=\"rect\"]";
+  EXPECT_EQ(count(cells), 32);
+  EXPECT_EQ(count(cells + "[contains(@class,\"dfs\")]"), 15);
+  EXPECT_EQ(count("//*[local-name()=\"g\"][@data-region=\"999\"]/*[local-name()=\"rect\"]"), 0);
+  const std::string png = root_.dir() + "/all.png";
+  ASSERT_EQ(sh("rsvg-convert -o " + png + " " + svg_), 0);
+  EXPECT_GT(read_png(png).distinct_bytes, 16);
+}
+
+TEST_F(Plot, Refusals) {
+  EXPECT_EQ(plot("--all-regions --region 276"), 2);
+  EXPECT_EQ(plot("--band 6"), 2);
+  EXPECT_EQ(plot("--region 12345"), 1);  // no such region in the tables
+  EXPECT_EQ(sh(kInfo + " --root " + root_.dir() + " plot -o /nonexistent/dir/x.svg 2>/dev/null"), 1);
+  EXPECT_EQ(sh(kInfo + " --root " + root_.dir() + " plot --regdb /nonexistent.db >/dev/null 2>&1"), 2);
+}
+
+}  // namespace
+}  // namespace aputil::test

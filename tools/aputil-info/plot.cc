@@ -1,0 +1,500 @@
+// aputil-info plot: a region's channel plan as an SVG picture, one panel
+// per radio, with the regulatory database's rules and lint's findings
+// drawn over it; or, with --all-regions, every region on one page.
+//
+// The SVG is written by hand (plain XML text). Every drawn channel is a
+// <rect class="bar ..."> carrying data-radio, data-channel and data-freq,
+// so that the structure can be checked with an XML tool.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "aputil-info/findings.h"
+#include "aputil-info/info.h"
+#include "aputil-info/regcheck.h"
+#include "aputil-info/regdb.h"
+#include "aputil-info/tree.h"
+#include "devcfg.h"
+#include "radio_config.h"
+#include "radio_region.h"
+
+namespace aputil::info {
+
+namespace {
+
+constexpr int kWidth = 1000, kLeft = 64, kRight = 24, kPlotHeight = 200;
+
+std::string esc(const std::string &text) {
+  std::string out;
+  for (char c : text) {
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      default: out += c;
+    }
+  }
+  return out;
+}
+
+std::string num(double v) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1f", v);
+  std::string s = text;
+  if (s.size() > 2 && s.compare(s.size() - 2, 2, ".0") == 0) s.resize(s.size() - 2);
+  return s;
+}
+
+struct Svg {
+  std::string body;
+  void add(const std::string &element) { body += element + "\n"; }
+  void text(double x, double y, const std::string &t, const char *cls, const char *anchor = "middle") {
+    add("<text class=\"" + std::string(cls) + "\" x=\"" + num(x) + "\" y=\"" + num(y) + "\" text-anchor=\"" + anchor +
+        "\">" + esc(t) + "</text>");
+  }
+  std::string finish(int width, int height) const {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + std::to_string(width) + "\" height=\"" +
+           std::to_string(height) + "\" viewBox=\"0 0 " + std::to_string(width) + " " + std::to_string(height) +
+           "\" font-family=\"DejaVu Sans, Arial, sans-serif\">\n"
+           "<style>\n"
+           ".title{font-size:16px;font-weight:bold} .subtitle{font-size:12px;fill:#444}\n"
+           ".axis{font-size:10px;fill:#333} .chan{font-size:9px;fill:#333} .label{font-size:11px}\n"
+           ".bar{fill:#4a78b0;fill-opacity:0.5;stroke:#24446b;stroke-width:0.8}\n"
+           ".bar.dfs{fill:url(#dfs-hatch);fill-opacity:1} .bar.wradar{fill:url(#wradar-hatch);fill-opacity:1}\n"
+           ".bar.finding{stroke:#d00000;stroke-width:2.2}\n"
+           ".mark{font-size:13px;font-weight:bold;fill:#d00000}\n"
+           ".rule{fill:none;stroke:#1a9850;stroke-width:2} .dfs-range{fill:#f4a582;fill-opacity:0.25}\n"
+           ".bracket{fill:none;stroke-width:1.4} .ht40{stroke:#6a3d9a} .vht80{stroke:#e08214}\n"
+           ".grid{stroke:#ddd;stroke-width:0.6} .frame{fill:none;stroke:#888;stroke-width:0.8}\n"
+           ".cell{stroke:#fff;stroke-width:1} .cell.finding{stroke:#d00000;stroke-width:2}\n"
+           ".dot{fill:#1b1b1b;stroke:#fff;stroke-width:0.8}\n"
+           "</style>\n"
+           "<defs>\n"
+           "<pattern id=\"dfs-hatch\" patternUnits=\"userSpaceOnUse\" width=\"6\" height=\"6\" "
+           "patternTransform=\"rotate(45)\"><rect width=\"6\" height=\"6\" fill=\"#9ecae1\"/>"
+           "<line x1=\"0\" y1=\"0\" x2=\"0\" y2=\"6\" stroke=\"#24446b\" stroke-width=\"3\"/></pattern>\n"
+           "<pattern id=\"wradar-hatch\" patternUnits=\"userSpaceOnUse\" width=\"6\" height=\"6\" "
+           "patternTransform=\"rotate(45)\"><rect width=\"6\" height=\"6\" fill=\"#fdd0a2\"/>"
+           "<line x1=\"0\" y1=\"0\" x2=\"0\" y2=\"6\" stroke=\"#d94801\" stroke-width=\"3\"/></pattern>\n"
+           "</defs>\n"
+           "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n" +
+           body + "</svg>\n";
+  }
+};
+
+bool five_ghz_radio(uint32_t rid) {
+  const uint32_t band = radio_config_getBand(rid);
+  return band == RADIO_BAND_5G || band == RADIO_BAND_5G_2;
+}
+
+bool active_dfs(const radio_chan_rec_t &c) { return (c.extFlag & REGION_EXT_DFS) != 0; }
+bool weather(const radio_chan_rec_t &c) { return active_dfs(c) && (c.extFlag & REGION_EXT_WRADAR); }
+
+// What the database says, for the title and the overlay.
+struct Regulatory {
+  const RegDb *db = nullptr;
+  const std::map<int, std::string> *iso = nullptr;
+  std::string file, dated;
+};
+
+std::string country_of(const Regulatory &reg, int code) {
+  if (!reg.iso) return "";
+  const auto it = reg.iso->find(code);
+  return it == reg.iso->end() ? "" : it->second;
+}
+
+std::string database_line(const Regulatory &reg) {
+  if (!reg.db) return "";
+  return "regulatory database " + reg.file + " (format " + std::to_string(reg.db->version) +
+         (reg.dated.empty() ? "" : ", dated " + reg.dated) + ", " + std::to_string(reg.db->countries.size()) +
+         " countries)";
+}
+
+// The x scale of one panel.
+struct Scale {
+  int lo, hi;  // MHz
+  double x0, x1;
+  double x(double mhz) const { return x0 + (mhz - lo) * (x1 - x0) / (hi - lo); }
+};
+
+// Brackets in rows, so that overlapping ones do not hide each other.
+struct BracketRows {
+  std::vector<std::vector<std::pair<int, int>>> rows;
+  int place(int lo, int hi) {
+    for (size_t r = 0; r < rows.size(); ++r)
+      if (std::none_of(rows[r].begin(), rows[r].end(), [&](auto &b) { return lo < b.second && b.first < hi; })) {
+        rows[r].push_back({lo, hi});
+        return static_cast<int>(r);
+      }
+    rows.push_back({{lo, hi}});
+    return static_cast<int>(rows.size() - 1);
+  }
+};
+
+// One radio's panel at vertical offset top; returns its height.
+int panel(Svg &svg, int top, uint32_t rid, const radio_region_tbl_t &t, int gain, bool eirp, double ymax,
+          const RegCountry *country, const std::vector<Finding> &findings) {
+  const bool five = five_ghz_radio(rid);
+  int lo = five ? 5150 : 2400, hi = five ? 5895 : 2500;
+  for (uint32_t k = 0; k < t.chanNum; ++k) {
+    lo = std::min(lo, t.chanRec[k].freq - 20);
+    hi = std::max(hi, t.chanRec[k].freq + 20);
+  }
+  const Scale sx{lo, hi, kLeft, kWidth - kRight};
+
+  // Brackets of the claimed 40 and 80 MHz blocks, each once.
+  std::set<std::pair<std::string, std::pair<int, int>>> blocks;
+  std::map<std::pair<int, int>, std::string> users;
+  for (uint32_t k = 0; k < t.chanNum; ++k)
+    for (const Block &b : claimed_blocks(t.chanRec[k].freq, t.chanRec[k].commonFlag)) {
+      blocks.insert({b.name, {b.lo, b.hi}});
+      users[{b.lo, b.hi}] += (users[{b.lo, b.hi}].empty() ? "" : ", ") + std::to_string(t.chanRec[k].chan);
+    }
+  BracketRows rows;
+  std::vector<std::pair<int, std::pair<std::string, std::pair<int, int>>>> placed;
+  for (const auto &b : blocks) placed.push_back({rows.place(b.second.first, b.second.second), b});
+  const int strip = 8 * static_cast<int>(rows.rows.size()) + 6;
+  const int plot_top = top + 22 + strip, plot_bottom = plot_top + kPlotHeight;
+  auto y = [&](double dbm) { return plot_bottom - std::max(0.0, dbm) * kPlotHeight / ymax; };
+
+  svg.add("<g class=\"panel\" data-radio=\"" + std::to_string(rid) + "\" data-band=\"" + (five ? "5" : "2.4") + "\">");
+  svg.text(kLeft, top + 14,
+           "radio " + std::to_string(rid) + ": " + (five ? "5 GHz" : "2.4 GHz") + ", " + std::to_string(t.chanNum) +
+               " channels" + (eirp ? "" : ", powers shown as EIRP (conducted + " + std::to_string(gain) + " dB gains)"),
+           "label", "start");
+  // Grid and y axis.
+  for (int dbm = 0; dbm <= ymax; dbm += 6) {
+    svg.add("<line class=\"grid\" x1=\"" + num(sx.x0) + "\" x2=\"" + num(sx.x1) + "\" y1=\"" + num(y(dbm)) +
+            "\" y2=\"" + num(y(dbm)) + "\"/>");
+    svg.text(sx.x0 - 6, y(dbm) + 3, std::to_string(dbm), "axis", "end");
+  }
+  svg.add("<text class=\"axis\" transform=\"translate(" + num(kLeft - 40) + "," + num((plot_top + plot_bottom) / 2.0) +
+          ") rotate(-90)\" text-anchor=\"middle\">dBm (EIRP)</text>");
+  // The rules: DFS ranges shaded, the maximum EIRP as a step line.
+  if (country) {
+    for (const RegRule &r : country->rules) {
+      const double a = std::max<double>(lo, r.start_khz / 1000.0), b = std::min<double>(hi, r.end_khz / 1000.0);
+      if (a >= b) continue;
+      const std::string title = "<title>" + esc(std::string(country->alpha2) + " rule " + rule_text(r)) + "</title>";
+      if (r.flags & kRuleDfs)
+        svg.add("<rect class=\"dfs-range\" x=\"" + num(sx.x(a)) + "\" y=\"" + num(plot_top) + "\" width=\"" +
+                num(sx.x(b) - sx.x(a)) + "\" height=\"" + num(kPlotHeight) + "\">" + title + "</rect>");
+    }
+  }
+  // The bars.
+  for (uint32_t k = 0; k < t.chanNum; ++k) {
+    const radio_chan_rec_t &c = t.chanRec[k];
+    std::string cls = "bar";
+    if (active_dfs(c)) cls += weather(c) ? " dfs wradar" : " dfs";
+    std::string notes;
+    for (const Finding &f : findings)
+      if (f.radio == static_cast<int>(rid) && f.freq == c.freq) notes += "\n" + format(f);
+    if (!notes.empty()) cls += " finding";
+    const double power = c.maxPower + gain;
+    std::string title = "channel " + std::to_string(c.chan) + ", " + std::to_string(c.freq) + " MHz, " +
+                        std::to_string(c.maxPower) + " dBm" + (eirp ? "" : " conducted") + ", commonFlag 0x";
+    char flags[48];
+    std::snprintf(flags, sizeof flags, "%x, extFlag 0x%x", c.commonFlag, c.extFlag);
+    title += flags + notes;
+    svg.add("<rect class=\"" + cls + "\" data-radio=\"" + std::to_string(rid) + "\" data-channel=\"" +
+            std::to_string(c.chan) + "\" data-freq=\"" + std::to_string(c.freq) + "\" x=\"" + num(sx.x(c.freq - 10)) +
+            "\" y=\"" + num(y(power)) + "\" width=\"" + num(sx.x(c.freq + 10) - sx.x(c.freq - 10)) + "\" height=\"" +
+            num(plot_bottom - y(power)) + "\"><title>" + esc(title) + "</title></rect>");
+    if (!notes.empty())
+      svg.add("<text class=\"mark\" data-freq=\"" + std::to_string(c.freq) + "\" x=\"" + num(sx.x(c.freq)) + "\" y=\"" +
+              num(y(power) - 4) + "\" text-anchor=\"middle\">!<title>" + esc(notes.substr(1)) + "</title></text>");
+    svg.text(sx.x(c.freq), plot_bottom + 11, std::to_string(c.chan), "chan");
+  }
+  if (country) {
+    for (const RegRule &r : country->rules) {
+      const double a = std::max<double>(lo, r.start_khz / 1000.0), b = std::min<double>(hi, r.end_khz / 1000.0);
+      if (a >= b) continue;
+      const double ry = y(r.max_eirp_mbm / 100.0);
+      svg.add("<path class=\"rule\" d=\"M" + num(sx.x(a)) + "," + num(plot_bottom) + " V" + num(ry) + " H" +
+              num(sx.x(b)) + " V" + num(plot_bottom) + "\"><title>" +
+              esc(std::string(country->alpha2) + " rule " + rule_text(r)) + "</title></path>");
+    }
+  }
+  // Brackets over the plot.
+  for (const auto &[row, b] : placed) {
+    const double by = plot_top - 6 - 8 * row, a = sx.x(b.second.first) + 1, z = sx.x(b.second.second) - 1;
+    const bool vht = b.first == "VHT80";
+    svg.add("<path class=\"bracket " + std::string(vht ? "vht80" : "ht40") + "\" d=\"M" + num(a) + "," + num(by + 4) +
+            " V" + num(by) + " H" + num(z) + " V" + num(by + 4) + "\"><title>" +
+            esc(b.first + " block " + std::to_string(b.second.first) + "-" + std::to_string(b.second.second) +
+                " MHz (channel " + users[b.second] + ")") +
+            "</title></path>");
+  }
+  // Frame and x axis in MHz.
+  svg.add("<rect class=\"frame\" x=\"" + num(sx.x0) + "\" y=\"" + num(plot_top) + "\" width=\"" + num(sx.x1 - sx.x0) +
+          "\" height=\"" + num(kPlotHeight) + "\"/>");
+  const int step = hi - lo > 300 ? 50 : 10;
+  for (int f = (lo + step - 1) / step * step; f <= hi; f += step) {
+    svg.add("<line class=\"grid\" x1=\"" + num(sx.x(f)) + "\" x2=\"" + num(sx.x(f)) + "\" y1=\"" + num(plot_bottom) +
+            "\" y2=\"" + num(plot_bottom + 16) + "\"/>");
+    svg.text(sx.x(f), plot_bottom + 26, std::to_string(f), "axis");
+  }
+  svg.text((sx.x0 + sx.x1) / 2, plot_bottom + 40, "MHz (channel numbers under the bars)", "axis");
+  svg.add("</g>");
+  return plot_bottom + 48 - top;
+}
+
+int legend(Svg &svg, int top, bool regdb) {
+  struct Item {
+    const char *cls, *text;
+  };
+  std::vector<Item> items = {{"bar", "channel (height: maximum power)"},
+                             {"bar dfs", "DFS channel"},
+                             {"bar wradar", "weather-radar channel"},
+                             {"bracket ht40", "HT40 block"},
+                             {"bracket vht80", "VHT80 block"}};
+  if (regdb) {
+    items.push_back({"rule", "rule's maximum EIRP"});
+    items.push_back({"dfs-range", "rule needs DFS"});
+    items.push_back({"bar finding", "lint finding (!)"});
+  }
+  svg.add("<g class=\"legend\">");
+  double x = kLeft;
+  for (const Item &i : items) {
+    const std::string cls = i.cls;
+    if (cls.rfind("bracket", 0) == 0 || cls == "rule")
+      svg.add("<path class=\"" + cls + "\" d=\"M" + num(x) + "," + num(top + 10) + " V" + num(top + 3) + " H" +
+              num(x + 14) + " V" + num(top + 10) + "\"/>");
+    else
+      svg.add("<rect class=\"" + cls + " legend-swatch\" x=\"" + num(x) + "\" y=\"" + num(top) + "\" width=\"14\" height=\"12\"/>");
+    svg.text(x + 18, top + 10, i.text, "axis", "start");
+    x += 26 + 5.6 * std::strlen(i.text);
+  }
+  svg.add("</g>");
+  return 24;
+}
+
+std::string file_date(const std::string &path) {
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0) return "";
+  char text[16];
+  struct tm tm;
+  gmtime_r(&st.st_mtime, &tm);
+  std::strftime(text, sizeof text, "%Y-%m-%d", &tm);
+  return text;
+}
+
+// Every region code of both REG_DOMAIN files, in order.
+std::vector<int> region_codes(const std::string &root, const std::string &model_dir) {
+  std::set<int> codes;
+  for (bool five : {false, true})
+    for (const RegionBlock &b : scan_reg_domain(root, model_dir, five, nullptr).blocks) codes.insert(b.code);
+  return {codes.begin(), codes.end()};
+}
+
+// A single region: both radios (or one band), with the rules over them.
+int plot_region(const Options &o, const Identity &id, const Regulatory &reg, std::string *svg_text) {
+  const int code = o.region_given ? o.region : static_cast<int>(radio_config_getSpecRegionCode());
+  std::string lines;
+  if (quietly([code] { return radio_region_init(code); }, &lines) != 0) {
+    print_library_lines(lines);
+    std::fprintf(stderr, "aputil-info: region %d does not load (aputil-info lint tells why)\n", code);
+    return kExitFailed;
+  }
+  const std::string cc = country_of(reg, code);
+  const RegCountry *country = reg.db && !cc.empty() ? reg.db->find(cc.c_str()) : nullptr;
+  Findings findings;
+  if (country) check_regions({code}, *reg.db, *reg.iso, &findings);
+  const bool eirp = radio_config_getEIRP() != 0;
+  radio_region_tbl_t tables[MAX_RADIO_NUM];
+  double ymax = 30;
+  for (uint32_t rid = 0; rid < MAX_RADIO_NUM; ++rid) {
+    radio_region_getRegionFlags(rid, &tables[rid]);
+    const int gain = eirp ? 0 : static_cast<int>(radio_config_getAnttGain(rid) + radio_config_getMimoGain(rid));
+    for (uint32_t k = 0; k < tables[rid].chanNum; ++k) ymax = std::max<double>(ymax, tables[rid].chanRec[k].maxPower + gain);
+  }
+  if (country)
+    for (const RegRule &r : country->rules)
+      if (r.start_khz < 6000000 && r.end_khz > 2400000) ymax = std::max(ymax, r.max_eirp_mbm / 100.0);
+  ymax = std::ceil((ymax + 2) / 6) * 6;
+
+  Svg svg;
+  svg.text(kLeft, 24, id.name + " " + id.version + ": region " + std::to_string(code) + (cc.empty() ? "" : " (" + cc + ")"),
+           "title", "start");
+  std::string sub = reg.db ? database_line(reg) : "no regulatory database given (--regdb draws its rules)";
+  if (reg.db && !country)
+    sub = cc.empty() ? "region " + std::to_string(code) + " is no ISO 3166-1 country: no rules drawn"
+                     : cc + " is not in the " + database_line(reg) + ": no rules drawn";
+  if (country)
+    sub += "; " + std::to_string(findings.errors()) + " errors, " + std::to_string(findings.warnings()) + " warnings";
+  svg.text(kLeft, 42, sub, "subtitle", "start");
+  int y = 52;
+  for (uint32_t rid = 0; rid < MAX_RADIO_NUM; ++rid) {
+    if (o.band && (o.band == 5) != five_ghz_radio(rid)) continue;
+    const int gain = eirp ? 0 : static_cast<int>(radio_config_getAnttGain(rid) + radio_config_getMimoGain(rid));
+    y += panel(svg, y, rid, tables[rid], gain, eirp, ymax, country, findings.list());
+  }
+  y += legend(svg, y + 4, country != nullptr) + 8;
+  *svg_text = svg.finish(kWidth, y);
+  return 0;
+}
+
+// Power as a colour, from pale yellow (low) to dark blue (high).
+std::string power_colour(double t) {
+  static const int stops[][3] = {{255, 255, 204}, {161, 218, 180}, {65, 182, 196}, {44, 127, 184}, {37, 52, 148}};
+  t = std::clamp(t, 0.0, 1.0) * 4;
+  const int i = std::min(3, static_cast<int>(t));
+  const double f = t - i;
+  char text[16];
+  std::snprintf(text, sizeof text, "#%02x%02x%02x", static_cast<int>(stops[i][0] + f * (stops[i + 1][0] - stops[i][0])),
+                static_cast<int>(stops[i][1] + f * (stops[i + 1][1] - stops[i][1])),
+                static_cast<int>(stops[i][2] + f * (stops[i + 1][2] - stops[i][2])));
+  return text;
+}
+
+// Every region on one page: regions down, channels across.
+int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::string *svg_text) {
+  struct Row {
+    int code;
+    std::string cc;
+    bool loaded;
+    radio_region_tbl_t t[MAX_RADIO_NUM];
+  };
+  std::vector<Row> rows;
+  Findings findings;
+  std::set<int> freqs;
+  int pmin = 1000, pmax = -1000;
+  for (const int code : region_codes(o.root, id.model_dir)) {
+    Row r{code, country_of(reg, code), false, {}};
+    std::string lines;
+    r.loaded = quietly([code] { return radio_region_init(code); }, &lines) == 0;
+    if (r.loaded) {
+      for (uint32_t rid = 0; rid < MAX_RADIO_NUM; ++rid) {
+        radio_region_getRegionFlags(rid, &r.t[rid]);
+        if (o.band && (o.band == 5) != five_ghz_radio(rid)) r.t[rid].chanNum = 0;
+        for (uint32_t k = 0; k < r.t[rid].chanNum; ++k) {
+          freqs.insert(r.t[rid].chanRec[k].freq);
+          pmin = std::min(pmin, r.t[rid].chanRec[k].maxPower);
+          pmax = std::max(pmax, r.t[rid].chanRec[k].maxPower);
+        }
+      }
+      if (reg.db && !r.cc.empty() && reg.db->find(r.cc.c_str())) check_regions({code}, *reg.db, *reg.iso, &findings);
+    }
+    rows.push_back(r);
+  }
+  if (pmin > pmax) pmin = pmax = 0;
+  const std::vector<int> columns(freqs.begin(), freqs.end());
+  const int cell = 16, left = 110, top = 96;
+  auto cx = [&](size_t i) {  // a gap between 2.4 and 5 GHz
+    const bool after_gap = i > 0 && columns[i] >= 4000 && columns[0] < 4000;
+    size_t first5 = 0;
+    while (first5 < columns.size() && columns[first5] < 4000) ++first5;
+    return left + static_cast<int>(i) * cell + (after_gap && i >= first5 ? 12 : 0);
+  };
+  const int width = std::max(640, (columns.empty() ? left : cx(columns.size() - 1)) + cell + 24);
+  Svg svg;
+  svg.text(16, 24, id.name + " " + id.version + ": all regions, channels across", "title", "start");
+  svg.text(16, 42, reg.db ? database_line(reg) + "; " + std::to_string(findings.errors()) + " errors, " +
+                               std::to_string(findings.warnings()) + " warnings"
+                          : "no regulatory database given (--regdb marks lint's findings)",
+           "subtitle", "start");
+  for (size_t i = 0; i < columns.size(); ++i) {
+    const int chan = static_cast<int>(columns[i] < 4000 ? (columns[i] == 2484 ? 14 : (columns[i] - 2407) / 5)
+                                                        : (columns[i] - (columns[i] < 5000 ? 4000 : 5000)) / 5);
+    svg.add("<text class=\"chan\" transform=\"translate(" + num(cx(i) + cell / 2.0 + 3) + "," + num(top - 6) +
+            ") rotate(-90)\">" + std::to_string(chan) + "<title>" + std::to_string(columns[i]) + " MHz</title></text>");
+  }
+  int y = top;
+  for (const Row &r : rows) {
+    svg.add("<g class=\"region\" data-region=\"" + std::to_string(r.code) + "\">");
+    svg.text(left - 8, y + 12, std::to_string(r.code) + (r.cc.empty() ? "" : " " + r.cc), "label", "end");
+    if (!r.loaded) svg.text(left + 4, y + 12, "does not load (aputil-info lint tells why)", "axis", "start");
+    if (r.loaded && r.t[0].chanNum + r.t[1].chanNum == 0) svg.text(left + 4, y + 12, "no channels", "axis", "start");
+    for (uint32_t rid = 0; r.loaded && rid < MAX_RADIO_NUM; ++rid)
+      for (uint32_t k = 0; k < r.t[rid].chanNum; ++k) {
+        const radio_chan_rec_t &c = r.t[rid].chanRec[k];
+        const size_t i = static_cast<size_t>(std::lower_bound(columns.begin(), columns.end(), c.freq) - columns.begin());
+        std::string notes;
+        for (const Finding &f : findings.list())
+          if (f.region == r.code && f.radio == static_cast<int>(rid) && f.freq == c.freq) notes += "\n" + format(f);
+        std::string cls = "cell";
+        if (active_dfs(c)) cls += weather(c) ? " dfs wradar" : " dfs";
+        if (!notes.empty()) cls += " finding";
+        const double t = pmax > pmin ? double(c.maxPower - pmin) / (pmax - pmin) : 1.0;
+        svg.add("<rect class=\"" + cls + "\" data-radio=\"" + std::to_string(rid) + "\" data-freq=\"" +
+                std::to_string(c.freq) + "\" x=\"" + std::to_string(cx(i)) + "\" y=\"" + std::to_string(y) +
+                "\" width=\"" + std::to_string(cell) + "\" height=\"" + std::to_string(cell) + "\" fill=\"" +
+                power_colour(t) + "\"><title>" +
+                esc("region " + std::to_string(r.code) + ", channel " + std::to_string(c.chan) + ", " +
+                    std::to_string(c.freq) + " MHz, " + std::to_string(c.maxPower) + " dBm" +
+                    (active_dfs(c) ? ", DFS" : "") + (weather(c) ? ", weather radar" : "") + notes) +
+                "</title></rect>");
+        if (active_dfs(c))
+          svg.add("<circle class=\"dot\" cx=\"" + num(cx(i) + cell / 2.0) + "\" cy=\"" + num(y + cell / 2.0) + "\" r=\"" +
+                  (weather(c) ? "3.5" : "2.2") + "\"/>");
+      }
+    svg.add("</g>");
+    y += cell + 2;
+  }
+  // Legend: the colour scale and the marks.
+  y += 14;
+  for (int s = 0; s <= 10; ++s)
+    svg.add("<rect x=\"" + std::to_string(left + s * 14) + "\" y=\"" + std::to_string(y) + "\" width=\"14\" height=\"12\" fill=\"" +
+            power_colour(s / 10.0) + "\"/>");
+  svg.text(left - 8, y + 10, std::to_string(pmin) + " dBm", "axis", "end");
+  svg.text(left + 11 * 14 + 6, y + 10, std::to_string(pmax) + " dBm (maximum power)", "axis", "start");
+  svg.add("<circle class=\"dot\" cx=\"" + std::to_string(left + 360) + "\" cy=\"" + std::to_string(y + 6) +
+          "\" r=\"2.2\"/>");
+  svg.text(left + 368, y + 10, "DFS   (larger: weather radar)", "axis", "start");
+  if (reg.db) {
+    svg.add("<rect class=\"cell finding\" x=\"" + std::to_string(left + 540) + "\" y=\"" + std::to_string(y) +
+            "\" width=\"12\" height=\"12\" fill=\"#fff\"/>");
+    svg.text(left + 558, y + 10, "lint finding", "axis", "start");
+  }
+  *svg_text = svg.finish(width, y + 28);
+  return 0;
+}
+
+}  // namespace
+
+int plot(const Options &o) {
+  Regulatory reg;
+  RegDb db;
+  std::map<int, std::string> iso;
+  if (o.regdb) {
+    std::string error;
+    if (!load_regdb(o.regdb_file, &db, &error) || !load_iso3166(kDefaultIso3166, &iso, &error)) {
+      std::fprintf(stderr, "aputil-info: %s\n", error.c_str());
+      return kExitUsage;
+    }
+    reg.db = &db, reg.iso = &iso, reg.file = o.regdb_file, reg.dated = file_date(o.regdb_file);
+  }
+  const Identity id = read_identity(o.root);
+  if (quietly([] { return devcfg_testFunc(); }) < 0 || !quietly([] { return radio_config_getMeshBkhapIfname(); })) {
+    std::fprintf(stderr, "aputil-info: the model's configuration does not load (aputil-info lint tells why)\n");
+    return kExitFailed;
+  }
+  std::string svg;
+  const int status = o.all_regions ? plot_all(o, id, reg, &svg) : plot_region(o, id, reg, &svg);
+  if (status != 0) return status;
+  if (o.output.empty()) {
+    std::fputs(svg.c_str(), stdout);
+    return 0;
+  }
+  FILE *f = std::fopen(o.output.c_str(), "w");
+  bool written = f && std::fwrite(svg.data(), 1, svg.size(), f) == svg.size();
+  if (f && std::fclose(f) != 0) written = false;
+  if (!written) {
+    std::fprintf(stderr, "aputil-info: cannot write %s: %s\n", o.output.c_str(), std::strerror(errno));
+    return kExitFailed;
+  }
+  return 0;
+}
+
+}  // namespace aputil::info
