@@ -129,6 +129,20 @@ TEST(Lint, FindsWhatTheLoadersTolerate) {
   }
 }
 
+// show, too, says when a radio's file has no block for the region (the
+// library then loads the radio with no channels and says nothing).
+TEST(Lint, ShowWarnsOfAMissingBlock) {
+  Tree t;
+  t.edit("ath/REG_DOMAIN5", "JAPAN:392", "JAPAN:9392");
+  const std::string err = t.dir() + "/.err";
+  const int status = std::system((kInfo + " --root " + t.dir() + " --region 392 >/dev/null 2>" + err).c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_NE(read_file(err).find("aputil-info: /etc/AP100_X_2.0/ath/REG_DOMAIN5 has no region 392: radio 1 has no "
+                                "channels\n"),
+            std::string::npos)
+      << read_file(err);
+}
+
 // The two messages the loader prints without a line end between them
 // come out on two lines.
 TEST(Lint, LibraryLinesOneMessageALine) {
