@@ -129,7 +129,7 @@ TEST_F(Plot, FindingsMarkTheirChannels) {
   EXPECT_EQ(freqs(with_class("finding")), std::set<int>{5580});
   const std::string title = xpath("string(" + with_class("finding") + "/*[local-name()=\"title\"])");
   EXPECT_NE(title.find("region 36 (AU), radio 1, channel 116 (5580 MHz): error: its HT40 block 5570-5610 MHz "
-                       "(commonFlag 0x70100) crosses the edge of the rule"),
+                       "(commonFlag 0x70100) has its 20 MHz channel 5590-5610 MHz outside one rule"),
             std::string::npos)
       << title;
 }

@@ -28,6 +28,8 @@ namespace {
 
 constexpr char kProductInfo[] = "NVRAM product-info";
 
+std::string plural(int n, const char *noun) { return std::to_string(n) + " " + noun + (n == 1 ? "" : "s"); }
+
 class Lint {
  public:
   Lint(const Options &o, const RegDb &db, const std::map<int, std::string> &iso)
@@ -89,15 +91,25 @@ void Lint::check_file(const std::string &file, size_t which) {
 // refuses it, radio 1 silently loads it with no channels.
 void Lint::check_regions_across(const RegDomainFile &a, const RegDomainFile &b) {
   if (!a.readable || !b.readable) return;
+  // Radio 0 reads REG_DOMAIN5 when its band is 5 GHz (both read REG_DOMAIN2
+  // when the radio configuration does not load).
+  const uint32_t band0 = radio_config_getBand(0);
+  const bool radio0_reads_b = b.five_ghz == (band0 == RADIO_BAND_5G || band0 == RADIO_BAND_5G_2);
   for (const RegionBlock &block : a.blocks)
     if (!b.find(block.code))
       findings_.error(b.device_path, "region " + std::to_string(block.code) + " (\"" + block.header + "\", line " +
-                                         std::to_string(block.line) + " of " + a.name + ") is missing; its radio gets no channels");
+                                         std::to_string(block.line) + " of " + a.name + ") is missing; " +
+                                         (radio0_reads_b ? "the loader refuses the region"
+                                                         : "radio 1 silently loads it with no channels"));
 }
 
 void Lint::check_against(const RegDomainFile &now, const std::string &earlier_root, const Identity &earlier) {
   const RegDomainFile old = scan_reg_domain(earlier_root, earlier.model_dir, now.five_ghz, nullptr);
-  if (!old.readable || !now.readable) return;
+  if (!old.readable) {
+    findings_.error(now.device_path, "nothing to compare: " + earlier_root + old.device_path + " cannot be read");
+    return;
+  }
+  if (!now.readable) return;
   for (const RegionBlock &was : old.blocks) {
     const RegionBlock *is = now.find(was.code);
     if (!is) {
@@ -128,8 +140,7 @@ void Lint::check_regdb(const std::vector<int> &codes) {
     if (!s.skipped.empty())
       line += "skipped: " + s.skipped;
     else
-      line += std::to_string(s.channels) + " channels, " + std::to_string(s.errors) + " errors, " +
-              std::to_string(s.warnings) + " warnings";
+      line += plural(s.channels, "channel") + ", " + plural(s.errors, "error") + ", " + plural(s.warnings, "warning");
     step(line);
     cJSON *r = cJSON_CreateObject();
     cJSON_AddItemToObject(r, "code", cJSON_CreateNumber(s.code));
@@ -198,7 +209,8 @@ int Lint::run() {
     if (!o_.against.empty()) {
       const Identity earlier = read_identity(o_.against);
       if (!earlier.read)
-        findings_.error(kProductInfo, "the product identity of " + o_.against + " cannot be read; nothing compared");
+        findings_.error(o_.against + " (NVRAM product-info)",
+                        "the earlier tree's product identity cannot be read; nothing compared");
       for (const RegDomainFile *f : {&two, &five})
         if (earlier.read) check_against(*f, o_.against, earlier);
     }
@@ -207,7 +219,7 @@ int Lint::run() {
       for (const RegionBlock &b : f->blocks) all.insert(b.code);
     codes.assign(all.begin(), all.end());
     std::string failed, lines;
-    if (dev_ok) {
+    if (dev_ok && radio_ok) {
       for (int code : codes) {
         std::string more;
         if (quietly([code] { return radio_region_init(code); }, &more) != 0) failed += " " + std::to_string(code);
@@ -219,7 +231,8 @@ int Lint::run() {
       if ((!failed.empty() || codes.empty()) && findings_.errors() == 0)
         findings_.error(two.device_path, failed.empty() ? "no region at all" : "the loader refuses region(s)" + failed);
     } else {
-      step("REG_DOMAIN2/REG_DOMAIN5: " + std::to_string(codes.size()) + " regions, not loaded");
+      step("REG_DOMAIN2/REG_DOMAIN5: " + std::to_string(codes.size()) +
+           " regions, not loaded (the model's configuration does not load)");
     }
     flush();
     if (json_) {
@@ -252,7 +265,7 @@ int Lint::run() {
     std::printf("%s\n", text ? text : "null");
     std::free(text);
   } else {
-    std::printf("lint: %d error%s, %d warning%s\n", errors, errors == 1 ? "" : "s", warnings, warnings == 1 ? "" : "s");
+    std::printf("lint: %s, %s\n", plural(errors, "error").c_str(), plural(warnings, "warning").c_str());
   }
   return errors ? kExitFailed : 0;
 }

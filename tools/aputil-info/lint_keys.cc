@@ -128,8 +128,8 @@ class Checker {
       }
       case Type::kString:
         if (std::strlen(item->valuestring) > k.max_len)
-          out_->error(file_, std::to_string(std::strlen(item->valuestring)) + " characters; the loader keeps " +
-                                 std::to_string(k.max_len) + " (limit " + std::to_string(k.max_len) + ")",
+          out_->error(file_, std::to_string(std::strlen(item->valuestring)) + " characters, over the limit of " +
+                                 std::to_string(k.max_len) + " (the loader cuts it)",
                       0, path);
         break;
       case Type::kObject: object(item, k.children, path); break;

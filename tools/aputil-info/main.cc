@@ -8,6 +8,7 @@
 // configuration did not load (show), lint found an error, or the output
 // could not be written; 2 bad arguments, an unreadable tree or database.
 #include <getopt.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -66,8 +67,11 @@ std::string tree_argument(std::string dir) {
 }
 
 bool readable_tree(const std::string &dir) {
-  if (dir.empty() || access(dir.c_str(), R_OK | X_OK) == 0) return true;
-  std::fprintf(stderr, "aputil-info: cannot read the firmware tree %s: %s\n", dir.c_str(), std::strerror(errno));
+  struct stat st;
+  if (dir.empty() || (stat(dir.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && access(dir.c_str(), R_OK | X_OK) == 0))
+    return true;
+  std::fprintf(stderr, "aputil-info: cannot read the firmware tree %s: %s\n", dir.c_str(),
+               errno == 0 || (stat(dir.c_str(), &st) == 0 && !S_ISDIR(st.st_mode)) ? "not a folder" : std::strerror(errno));
   return false;
 }
 

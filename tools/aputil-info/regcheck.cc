@@ -17,25 +17,24 @@ namespace {
 
 constexpr long kIsoFileLimit = 4 << 20;
 
-// The run of adjacent AUTO-BW rules that holds rule r: [*lo, *hi] in kHz.
-void auto_bw_run(const RegCountry &c, const RegRule &r, uint32_t *lo, uint32_t *hi) {
-  *lo = r.start_khz, *hi = r.end_khz;
+// The width a rule allows: its own maximum bandwidth, or for an AUTO-BW
+// rule the extent of the run of adjacent rules around it.
+uint32_t allowed_width(const RegCountry &c, const RegRule &r) {
+  if (!(r.flags & kRuleAutoBw)) return r.max_bw_khz;
+  uint32_t lo = r.start_khz, hi = r.end_khz;
   for (bool grew = true; grew;) {
     grew = false;
     for (const RegRule &o : c.rules) {
-      if (!(o.flags & kRuleAutoBw)) continue;
-      if (o.end_khz >= *lo && o.start_khz < *lo) *lo = o.start_khz, grew = true;
-      if (o.start_khz <= *hi && o.end_khz > *hi) *hi = o.end_khz, grew = true;
+      if (o.start_khz < lo && o.end_khz >= lo) lo = o.start_khz, grew = true;
+      if (o.end_khz > hi && o.start_khz <= hi) hi = o.end_khz, grew = true;
     }
   }
+  return hi - lo;
 }
 
 std::string mhz(uint32_t khz) {
   char text[32];
-  if (khz % 1000)
-    std::snprintf(text, sizeof text, "%.3f", khz / 1000.0);
-  else
-    std::snprintf(text, sizeof text, "%u", khz / 1000);
+  std::snprintf(text, sizeof text, "%g", khz / 1000.0);
   return text;
 }
 
@@ -59,39 +58,42 @@ std::string rule_text(const RegRule &r) {
 
 RuleMatch match_rules(const RegCountry &c, int lo_mhz, int hi_mhz) {
   RuleMatch m;
-  const uint32_t lo = static_cast<uint32_t>(std::max(lo_mhz, 0)) * 1000u, hi = static_cast<uint32_t>(std::max(hi_mhz, 0)) * 1000u;
-  const uint32_t width = hi - lo;
-  const RegRule *partial = nullptr, *narrow = nullptr;
-  for (const RegRule &r : c.rules) {
-    if (!(r.start_khz < hi && lo < r.end_khz)) continue;  // not touched
+  const int64_t lo = int64_t{lo_mhz} * 1000, hi = int64_t{hi_mhz} * 1000;
+  // A rule whose flags and limit apply to the span.
+  auto applies = [&](const RegRule &r) {
     if (!m.limit || r.max_eirp_mbm < m.limit->max_eirp_mbm) m.limit = &r;
     if ((r.flags & kRuleDfs) && !m.dfs_rule) m.dfs_rule = &r;
-    if (!(r.start_khz <= lo && hi <= r.end_khz)) {
-      if (!partial) partial = &r;
+    if ((r.flags & kRuleNoIr) && !m.no_ir) m.no_ir = &r;
+    if ((r.flags & kRuleNoOfdm) && !m.no_ofdm) m.no_ofdm = &r;
+  };
+  // Each 20 MHz channel of the span takes the first rule that holds it
+  // whole (as Linux does); that rule must allow the span's width. A channel
+  // that no rule holds is an error, and then every rule it touches applies.
+  m.ok = hi > lo;
+  for (int64_t part = lo; part < hi; part += 20000) {
+    const RegRule *home = nullptr;
+    for (const RegRule &r : c.rules)
+      if (!home && r.start_khz <= part && part + 20000 <= r.end_khz) home = &r;
+    if (home) {
+      applies(*home);
+      if (m.ok && allowed_width(c, *home) < hi - lo) {
+        m.ok = false;
+        m.nearest = home;
+        m.reason = "is wider than the " + mhz(allowed_width(c, *home)) + " MHz the rule allows";
+      }
       continue;
     }
-    m.covered = true;
-    uint32_t run_lo = r.start_khz, run_hi = r.end_khz;
-    if (r.flags & kRuleAutoBw) auto_bw_run(c, r, &run_lo, &run_hi);
-    if (std::max(r.max_bw_khz, run_hi - run_lo) >= width && ((r.flags & kRuleAutoBw) || r.max_bw_khz >= width))
-      m.width_ok = true;
-    else
-      narrow = &r;
+    const RegRule *touched = nullptr;
+    for (const RegRule &r : c.rules)
+      if (r.start_khz < part + 20000 && part < r.end_khz) applies(r), touched = touched ? touched : &r;
+    if (!m.ok) continue;
+    m.ok = false;
+    m.nearest = touched;
+    m.reason = !touched ? "is outside every rule of " + std::string(c.alpha2)
+               : hi - lo == 20000 ? "is not inside one rule"
+                                  : "has its 20 MHz channel " + std::to_string(part / 1000) + "-" +
+                                        std::to_string(part / 1000 + 20) + " MHz outside one rule";
   }
-  m.dfs = m.dfs_rule != nullptr;
-  if (!m.width_ok && partial && (partial->flags & kRuleAutoBw)) {
-    uint32_t run_lo = 0, run_hi = 0;  // a run of adjacent AUTO-BW rules may hold the span
-    auto_bw_run(c, *partial, &run_lo, &run_hi);
-    if (run_lo <= lo && hi <= run_hi) m.covered = m.width_ok = true;
-  }
-  if (m.width_ok) return m;
-  m.nearest = narrow ? narrow : partial;
-  if (narrow)
-    m.reason = "is wider than the " + mhz(narrow->max_bw_khz) + " MHz the rule allows";
-  else if (partial)
-    m.reason = "crosses the edge of the rule";
-  else
-    m.reason = "is outside every rule of " + std::string(c.alpha2);
   return m;
 }
 
@@ -168,7 +170,9 @@ std::vector<RegionSummary> check_regions(const std::vector<int> &codes, const Re
     for (uint32_t rid = 0; rid < MAX_RADIO_NUM; ++rid) {
       radio_region_tbl_t t;
       if (radio_region_getRegionFlags(rid, &t) != 0) continue;
-      const int gain = eirp ? 0 : static_cast<int>(radio_config_getAnttGain(rid) + radio_config_getMimoGain(rid));
+      const int64_t antenna = static_cast<int32_t>(radio_config_getAnttGain(rid));
+      const int64_t mimo = static_cast<int32_t>(radio_config_getMimoGain(rid));
+      const int64_t gain = eirp ? 0 : antenna + mimo;
       for (uint32_t k = 0; k < t.chanNum; ++k, ++s.channels) {
         const radio_chan_rec_t &c = t.chanRec[k];
         auto finding = [&](Severity sev, const std::string &message, const RegRule *rule) {
@@ -178,32 +182,47 @@ std::vector<RegionSummary> check_regions(const std::vector<int> &codes, const Re
           if (rule) f.rule = rule_text(*rule);
           out->add(f);
         };
+        if (c.freq < 1000 || c.freq > 100000) {  // lint's file check reports it; no rule can hold it
+          finding(Severity::kError, "is no Wi-Fi frequency", nullptr);
+          continue;
+        }
         const RuleMatch m = match_rules(*country, c.freq - 10, c.freq + 10);
-        if (!m.width_ok)
+        if (!m.ok)
           finding(Severity::kError, "the 20 MHz channel " + std::to_string(c.freq - 10) + "-" +
                                         std::to_string(c.freq + 10) + " MHz " + m.reason, m.nearest);
+        const bool claims_dfs = c.extFlag & REGION_EXT_DFS;
+        const RegRule *no_ir = m.no_ir, *no_ofdm = m.no_ofdm;
         for (const Block &b : claimed_blocks(c.freq, c.commonFlag)) {
           const RuleMatch w = match_rules(*country, b.lo, b.hi);
           const std::string block = std::string("its ") + b.name + " block " + std::to_string(b.lo) + "-" +
                                     std::to_string(b.hi) + " MHz (commonFlag " + hex(c.commonFlag) + ") ";
-          if (!w.width_ok)
+          if (!w.ok)
             finding(Severity::kError, block + w.reason, w.nearest);
-          else if (w.dfs && !m.dfs && !(c.extFlag & REGION_EXT_DFS))
+          else if (w.dfs_rule && !m.dfs_rule && !claims_dfs)
             finding(Severity::kError, block + "reaches a DFS rule but extFlag " + hex(c.extFlag) + " lacks the DFS bit 0x2",
                     w.dfs_rule);
+          if (w.no_ir && !no_ir)
+            finding(Severity::kError, block + "reaches a NO-IR rule, where an access point may not start a network",
+                    w.no_ir);
         }
-        if (m.dfs && !(c.extFlag & REGION_EXT_DFS))
+        if (no_ir)
+          finding(Severity::kError, "inside a NO-IR rule, where an access point may not start a network", no_ir);
+        if (no_ofdm && (c.commonFlag & (REGION_FLAG_HT20 | REGION_FLAG_HT40_A | REGION_FLAG_HT40_B | REGION_FLAG_VHT80)))
+          finding(Severity::kError, "commonFlag " + hex(c.commonFlag) + " claims HT/VHT (OFDM) inside a NO-OFDM rule",
+                  no_ofdm);
+        if (m.dfs_rule && !claims_dfs)
           finding(Severity::kError, "inside a DFS rule but extFlag " + hex(c.extFlag) + " lacks the DFS bit 0x2",
                   m.dfs_rule);
-        if (!m.dfs && m.limit && (c.extFlag & REGION_EXT_DFS))
-          finding(Severity::kWarning, "DFS bit 0x2 where no rule asks for radar detection (the channel is lost to DFS)",
+        if (!m.dfs_rule && m.limit && claims_dfs)
+          finding(Severity::kWarning, "DFS bit 0x2 where no rule asks for radar detection: the channel waits for radar "
+                                      "needlessly, or without 0x1000 is never used",
                   m.limit);
-        if (m.limit && (static_cast<long>(c.maxPower) + gain) * 100 > m.limit->max_eirp_mbm) {
+        const int64_t radiated = c.maxPower + gain;
+        if (m.limit && radiated * 100 > m.limit->max_eirp_mbm) {
           std::string power = std::to_string(c.maxPower) + " dBm";
           if (!eirp)
-            power += " conducted + " + std::to_string(radio_config_getAnttGain(rid)) + " dBi antenna + " +
-                     std::to_string(radio_config_getMimoGain(rid)) + " dB MIMO = " + std::to_string(c.maxPower + gain) +
-                     " dBm EIRP";
+            power += " conducted + " + std::to_string(antenna) + " dBi antenna + " + std::to_string(mimo) +
+                     " dB MIMO = " + std::to_string(radiated) + " dBm EIRP";
           else
             power += " EIRP";
           char limit[24];

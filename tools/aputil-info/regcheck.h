@@ -23,15 +23,18 @@ struct RegionSummary {
   int channels = 0, errors = 0, warnings = 0;
 };
 
-// What the database's rules say about a span of spectrum.
+// What the database's rules say about a span of spectrum, as Linux
+// applies them: every 20 MHz channel of the span must lie inside one rule,
+// and that rule must allow the span's width. A rule marked AUTO-BW allows
+// the width of the run of adjacent rules it belongs to.
 struct RuleMatch {
-  bool covered = false;        // inside one rule, or a run of adjacent AUTO-BW rules
-  bool width_ok = false;       // ... and that rule (or run) allows the width
-  const RegRule *limit = nullptr;  // the rule with the lowest EIRP the span touches
-  bool dfs = false;            // some rule the span touches asks for radar detection
-  const RegRule *dfs_rule = nullptr;  // the first such rule
-  const RegRule *nearest = nullptr;   // the rule the span breaks, when not width_ok
-  std::string reason;          // when not covered or the width is too wide
+  bool ok = false;                     // covered, and the width allowed
+  const RegRule *limit = nullptr;      // the rule with the lowest EIRP the span touches
+  const RegRule *dfs_rule = nullptr;   // the first touched rule that needs radar detection
+  const RegRule *no_ir = nullptr;      // the first touched rule where no network may be started
+  const RegRule *no_ofdm = nullptr;    // the first touched rule that forbids OFDM
+  const RegRule *nearest = nullptr;    // the rule the span breaks, when not ok
+  std::string reason;                  // what is wrong, when not ok
 };
 
 // Matches [lo_mhz, hi_mhz] against a country's rules.
