@@ -157,6 +157,19 @@ TEST_F(Plot, AllRegionsOnOnePage) {
   EXPECT_GT(read_png(png).distinct_bytes, 16);
 }
 
+// Values no radio has still give a well-formed picture (and, under the
+// sanitizers, no arithmetic overflow): the absurd channel is left out.
+TEST_F(Plot, ExtremeValuesStillDraw) {
+  edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,2147483647");
+  edit("ath/REG_DOMAIN5", "5200,870100,0,23", "-2147483648,870100,0,23");
+  edit("radio_config.json", "\"EIRP\":true", "\"EIRP\":false");
+  for (const char *args : {"--all-regions", "--region 840"}) {
+    ASSERT_EQ(plot(std::string(args) + kRegdb), 0) << args;
+    EXPECT_EQ(sh("xmllint --noout " + svg_), 0) << args;
+  }
+  EXPECT_EQ(count(std::string(kBars) + "[@data-radio=\"1\"]"), 24);  // 25 channels, one undrawable
+}
+
 TEST_F(Plot, Refusals) {
   EXPECT_EQ(plot("--all-regions --region 276"), 2);
   EXPECT_EQ(plot("--band 6"), 2);

@@ -98,6 +98,9 @@ bool five_ghz_radio(uint32_t rid) {
   return band == RADIO_BAND_5G || band == RADIO_BAND_5G_2;
 }
 
+// A frequency a picture can place; lint reports the others.
+bool drawable(const radio_chan_rec_t &c) { return c.freq >= 1000 && c.freq <= 100000; }
+
 bool active_dfs(const radio_chan_rec_t &c) { return (c.extFlag & REGION_EXT_DFS) != 0; }
 bool weather(const radio_chan_rec_t &c) { return active_dfs(c) && (c.extFlag & REGION_EXT_WRADAR); }
 
@@ -148,6 +151,7 @@ int panel(Svg &svg, int top, uint32_t rid, const radio_region_tbl_t &t, int gain
   const bool five = five_ghz_radio(rid);
   int lo = five ? 5150 : 2400, hi = five ? 5895 : 2500;
   for (uint32_t k = 0; k < t.chanNum; ++k) {
+    if (!drawable(t.chanRec[k])) continue;
     lo = std::min(lo, t.chanRec[k].freq - 20);
     hi = std::max(hi, t.chanRec[k].freq + 20);
   }
@@ -166,7 +170,7 @@ int panel(Svg &svg, int top, uint32_t rid, const radio_region_tbl_t &t, int gain
   for (const auto &b : blocks) placed.push_back({rows.place(b.second.first, b.second.second), b});
   const int strip = 8 * static_cast<int>(rows.rows.size()) + 6;
   const int plot_top = top + 22 + strip, plot_bottom = plot_top + kPlotHeight;
-  auto y = [&](double dbm) { return plot_bottom - std::max(0.0, dbm) * kPlotHeight / ymax; };
+  auto y = [&](double dbm) { return plot_bottom - std::clamp(dbm, 0.0, ymax) * kPlotHeight / ymax; };
 
   svg.add("<g class=\"panel\" data-radio=\"" + std::to_string(rid) + "\" data-band=\"" + (five ? "5" : "2.4") + "\">");
   svg.text(kLeft, top + 14,
@@ -195,13 +199,14 @@ int panel(Svg &svg, int top, uint32_t rid, const radio_region_tbl_t &t, int gain
   // The bars.
   for (uint32_t k = 0; k < t.chanNum; ++k) {
     const radio_chan_rec_t &c = t.chanRec[k];
+    if (!drawable(c)) continue;
     std::string cls = "bar";
     if (active_dfs(c)) cls += weather(c) ? " dfs wradar" : " dfs";
     std::string notes;
     for (const Finding &f : findings)
       if (f.radio == static_cast<int>(rid) && f.freq == c.freq) notes += "\n" + format(f);
     if (!notes.empty()) cls += " finding";
-    const double power = c.maxPower + gain;
+    const double power = static_cast<double>(c.maxPower) + gain;
     std::string title = "channel " + std::to_string(c.chan) + ", " + std::to_string(c.freq) + " MHz, " +
                         std::to_string(c.maxPower) + " dBm" + (eirp ? "" : " conducted") + ", commonFlag 0x";
     char flags[48];
@@ -317,12 +322,12 @@ int plot_region(const Options &o, const Identity &id, const Regulatory &reg, std
   for (uint32_t rid = 0; rid < MAX_RADIO_NUM; ++rid) {
     radio_region_getRegionFlags(rid, &tables[rid]);
     const int gain = eirp ? 0 : static_cast<int>(radio_config_getAnttGain(rid) + radio_config_getMimoGain(rid));
-    for (uint32_t k = 0; k < tables[rid].chanNum; ++k) ymax = std::max<double>(ymax, tables[rid].chanRec[k].maxPower + gain);
+    for (uint32_t k = 0; k < tables[rid].chanNum; ++k) ymax = std::max(ymax, static_cast<double>(tables[rid].chanRec[k].maxPower) + gain);
   }
   if (country)
     for (const RegRule &r : country->rules)
       if (r.start_khz < 6000000 && r.end_khz > 2400000) ymax = std::max(ymax, r.max_eirp_mbm / 100.0);
-  ymax = std::ceil((ymax + 2) / 6) * 6;
+  ymax = std::min(60.0, std::ceil((ymax + 2) / 6) * 6);  // higher bars are cut at 60 dBm
 
   Svg svg;
   svg.text(kLeft, 24, id.name + " " + id.version + ": region " + std::to_string(code) + (cc.empty() ? "" : " (" + cc + ")"),
@@ -369,6 +374,7 @@ int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::s
   std::vector<Row> rows;
   Findings findings;
   std::set<int> freqs;
+  std::map<int, uint32_t> channel_of;
   int pmin = 1000, pmax = -1000;
   for (const int code : region_codes(o.root, id.model_dir)) {
     Row r{code, country_of(reg, code), false, {}};
@@ -379,7 +385,9 @@ int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::s
         radio_region_getRegionFlags(rid, &r.t[rid]);
         if (o.band && (o.band == 5) != five_ghz_radio(rid)) r.t[rid].chanNum = 0;
         for (uint32_t k = 0; k < r.t[rid].chanNum; ++k) {
+          if (!drawable(r.t[rid].chanRec[k])) continue;
           freqs.insert(r.t[rid].chanRec[k].freq);
+          channel_of[r.t[rid].chanRec[k].freq] = r.t[rid].chanRec[k].chan;
           pmin = std::min(pmin, r.t[rid].chanRec[k].maxPower);
           pmax = std::max(pmax, r.t[rid].chanRec[k].maxPower);
         }
@@ -405,8 +413,7 @@ int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::s
                           : "no regulatory database given (--regdb marks lint's findings)",
            "subtitle", "start");
   for (size_t i = 0; i < columns.size(); ++i) {
-    const int chan = static_cast<int>(columns[i] < 4000 ? (columns[i] == 2484 ? 14 : (columns[i] - 2407) / 5)
-                                                        : (columns[i] - (columns[i] < 5000 ? 4000 : 5000)) / 5);
+    const uint32_t chan = channel_of[columns[i]];
     svg.add("<text class=\"chan\" transform=\"translate(" + num(cx(i) + cell / 2.0 + 3) + "," + num(top - 6) +
             ") rotate(-90)\">" + std::to_string(chan) + "<title>" + std::to_string(columns[i]) + " MHz</title></text>");
   }
@@ -419,6 +426,7 @@ int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::s
     for (uint32_t rid = 0; r.loaded && rid < MAX_RADIO_NUM; ++rid)
       for (uint32_t k = 0; k < r.t[rid].chanNum; ++k) {
         const radio_chan_rec_t &c = r.t[rid].chanRec[k];
+        if (!drawable(c)) continue;
         const size_t i = static_cast<size_t>(std::lower_bound(columns.begin(), columns.end(), c.freq) - columns.begin());
         std::string notes;
         for (const Finding &f : findings.list())
@@ -426,7 +434,7 @@ int plot_all(const Options &o, const Identity &id, const Regulatory &reg, std::s
         std::string cls = "cell";
         if (active_dfs(c)) cls += weather(c) ? " dfs wradar" : " dfs";
         if (!notes.empty()) cls += " finding";
-        const double t = pmax > pmin ? double(c.maxPower - pmin) / (pmax - pmin) : 1.0;
+        const double t = pmax > pmin ? (static_cast<double>(c.maxPower) - pmin) / (static_cast<double>(pmax) - pmin) : 1.0;
         svg.add("<rect class=\"" + cls + "\" data-radio=\"" + std::to_string(rid) + "\" data-freq=\"" +
                 std::to_string(c.freq) + "\" x=\"" + std::to_string(cx(i)) + "\" y=\"" + std::to_string(y) +
                 "\" width=\"" + std::to_string(cell) + "\" height=\"" + std::to_string(cell) + "\" fill=\"" +

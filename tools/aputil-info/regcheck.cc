@@ -99,6 +99,7 @@ RuleMatch match_rules(const RegCountry &c, int lo_mhz, int hi_mhz) {
 
 std::vector<Block> claimed_blocks(int f, uint32_t cf) {
   std::vector<Block> blocks;
+  if (f < 1000 || f > 100000) return blocks;  // no Wi-Fi channel
   if (f < 4000) {  // 2.4 GHz: the bit says where the secondary channel is
     if (cf & REGION_FLAG_HT40_A) blocks.push_back({"HT40+", f - 10, f + 30});
     if (cf & REGION_FLAG_HT40_B) blocks.push_back({"HT40-", f - 30, f + 10});
