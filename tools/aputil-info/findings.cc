@@ -43,7 +43,7 @@ int Findings::warnings() const {
 
 std::string format(const Finding &f) {
   std::string where;
-  if (f.region >= 0) {
+  if (f.file.empty()) {
     where = "region " + std::to_string(f.region);
     if (!f.country.empty()) where += " (" + f.country + ")";
     if (f.radio >= 0) where += ", radio " + std::to_string(f.radio);
@@ -73,15 +73,12 @@ cJSON *Findings::to_json() const {
     if (f.line > 0) cJSON_AddItemToObject(o, "line", cJSON_CreateNumber(f.line));
     if (f.offset >= 0) cJSON_AddItemToObject(o, "offset", cJSON_CreateNumber(static_cast<double>(f.offset)));
     if (!f.key.empty()) cJSON_AddItemToObject(o, "key", cJSON_CreateString(f.key.c_str()));
-    if (f.region >= 0) {
-      cJSON_AddItemToObject(o, "region", cJSON_CreateNumber(f.region));
+    if (f.region >= 0) cJSON_AddItemToObject(o, "region", cJSON_CreateNumber(f.region));
+    if (f.file.empty())
       cJSON_AddItemToObject(o, "country", f.country.empty() ? cJSON_CreateNull() : cJSON_CreateString(f.country.c_str()));
-    }
     if (f.radio >= 0) cJSON_AddItemToObject(o, "radio", cJSON_CreateNumber(f.radio));
-    if (f.channel >= 0) {
-      cJSON_AddItemToObject(o, "channel", cJSON_CreateNumber(f.channel));
-      cJSON_AddItemToObject(o, "freq", cJSON_CreateNumber(f.freq));
-    }
+    if (f.channel >= 0) cJSON_AddItemToObject(o, "channel", cJSON_CreateNumber(f.channel));
+    if (f.freq >= 0) cJSON_AddItemToObject(o, "freq", cJSON_CreateNumber(f.freq));
     cJSON_AddItemToObject(o, "message", cJSON_CreateString(f.message.c_str()));
     if (!f.rule.empty()) cJSON_AddItemToObject(o, "rule", cJSON_CreateString(f.rule.c_str()));
     cJSON_AddItemToArray(array, o);

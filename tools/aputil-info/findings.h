@@ -21,7 +21,8 @@ struct Finding {
   long offset = -1;     // byte offset in the file, -1 when none applies
   std::string key;      // JSON key path ("lanport.dlPortNum"), or ""
   std::string message;  // what is wrong, with the limit it breaks
-  // Regulatory check only (region < 0 elsewhere).
+  // The region and channel concerned (region < 0: none). Findings without
+  // a file are the regulatory check's and print in their own form.
   int region = -1;
   std::string country;  // alpha-2, "" when the code maps to none
   int radio = -1, channel = -1, freq = -1;
@@ -36,6 +37,11 @@ class Findings {
              long offset = -1);
   void warning(const std::string &file, const std::string &message, int line = 0, const std::string &key = "",
                long offset = -1);
+  // Ties the last finding to a region (and a channel's frequency), so that
+  // a picture can mark it; its text keeps the file form.
+  void tag_last(int region, int freq = -1) {
+    if (!list_.empty()) list_.back().region = region, list_.back().freq = freq;
+  }
   int errors() const;
   int warnings() const;
   const std::vector<Finding> &list() const { return list_; }

@@ -61,7 +61,6 @@ class Lint {
     return ok;
   }
   void check_file(const std::string &file, size_t limit_kind);
-  void check_regions_across(const RegDomainFile &a, const RegDomainFile &b);
   void check_against(const RegDomainFile &now, const std::string &earlier_root, const Identity &earlier);
   void check_regdb(const std::vector<int> &codes);
   void add_json_bool(const char *name, bool v) {
@@ -85,22 +84,6 @@ void Lint::check_file(const std::string &file, size_t which) {
     lint_dev_config(file, text, &findings_);
   else
     lint_radio_config(file, text, &findings_);
-}
-
-// A region one REG_DOMAIN file carries and the other lacks: radio 0
-// refuses it, radio 1 silently loads it with no channels.
-void Lint::check_regions_across(const RegDomainFile &a, const RegDomainFile &b) {
-  if (!a.readable || !b.readable) return;
-  // Radio 0 reads REG_DOMAIN5 when its band is 5 GHz (both read REG_DOMAIN2
-  // when the radio configuration does not load).
-  const uint32_t band0 = radio_config_getBand(0);
-  const bool radio0_reads_b = b.five_ghz == (band0 == RADIO_BAND_5G || band0 == RADIO_BAND_5G_2);
-  for (const RegionBlock &block : a.blocks)
-    if (!b.find(block.code))
-      findings_.error(b.device_path, "region " + std::to_string(block.code) + " (\"" + block.header + "\", line " +
-                                         std::to_string(block.line) + " of " + a.name + ") is missing; " +
-                                         (radio0_reads_b ? "the loader refuses the region"
-                                                         : "radio 1 silently loads it with no channels"));
 }
 
 void Lint::check_against(const RegDomainFile &now, const std::string &earlier_root, const Identity &earlier) {
@@ -204,8 +187,7 @@ int Lint::run() {
     // 3. Both REG_DOMAIN files token by token, then every region through the loader.
     const RegDomainFile two = scan_reg_domain(o_.root, id_.model_dir, false, &findings_);
     const RegDomainFile five = scan_reg_domain(o_.root, id_.model_dir, true, &findings_);
-    check_regions_across(two, five);
-    check_regions_across(five, two);
+    check_regions_across(two, five, &findings_);
     if (!o_.against.empty()) {
       const Identity earlier = read_identity(o_.against);
       if (!earlier.read)

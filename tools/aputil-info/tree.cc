@@ -9,6 +9,7 @@
 #include <cstring>
 #include <set>
 
+#include "radio_config.h"
 #include "radio_region.h"
 
 namespace aputil::info {
@@ -66,6 +67,7 @@ void check_channel(const RegDomainFile &file, const RegionBlock &block, const Ch
   auto bad = [&](const std::string &what) {
     out->error(file.device_path, "region " + std::to_string(block.code) + ", " + std::to_string(c.freq) + " MHz: " + what,
                c.line);
+    out->tag_last(block.code, c.freq);
   };
   const uint32_t f = static_cast<uint32_t>(c.freq);
   const uint32_t cf = c.commonFlag, ef = c.extFlag;
@@ -217,9 +219,11 @@ RegDomainFile scan_reg_domain(const std::string &root, const std::string &model_
       continue;
     }
     if (token.compare(0, 5, "empty") == 0) {
-      if (!block->chans.empty())
+      if (!block->chans.empty()) {
         out.warning(file.device_path, "region " + std::to_string(block->code) + ": \"" + token +
                                           "\" ends a block that has channels", line);
+        out.tag_last(block->code);
+      }
       block->empty_marker = true;
       state = kAfterEnd;
       continue;
@@ -232,6 +236,7 @@ RegDomainFile scan_reg_domain(const std::string &root, const std::string &model_
       out.error(file.device_path, "region " + std::to_string(block->code) + ": \"" + token +
                                       "\" does not scan as four fields FREQ,COMMONFLAG,EXTFLAG,POWER; the loader "
                                       "refuses the region", line);
+      out.tag_last(block->code);
       block->complete = false;
       state = kAfterEnd;
       continue;
@@ -241,10 +246,12 @@ RegDomainFile scan_reg_domain(const std::string &root, const std::string &model_
                                         "\" is not plain FREQ,COMMONFLAG,EXTFLAG,POWER; the loader reads " +
                                         std::to_string(c.freq) + "," + hex(c.commonFlag).substr(2) + "," +
                                         hex(c.extFlag).substr(2) + "," + std::to_string(c.maxPower), line);
+    if (!exact) out.tag_last(block->code, c.freq);
     if (block->chans.size() >= RADIO_REGION_MAX_CHAN) {
       out.error(file.device_path, "region " + std::to_string(block->code) + ": more than " +
                                       std::to_string(RADIO_REGION_MAX_CHAN) + " channels; the loader refuses the region",
                 line);
+      out.tag_last(block->code);
       block->complete = false;
       state = kAfterEnd;
       continue;
@@ -254,10 +261,29 @@ RegDomainFile scan_reg_domain(const std::string &root, const std::string &model_
         out.error(file.device_path, "region " + std::to_string(block->code) + ": " + std::to_string(c.freq) +
                                         " MHz listed again (first on line " + std::to_string(seen.line) +
                                         "); lookups find only the first", line);
+    for (const ChanLine &seen : block->chans)
+      if (seen.freq == c.freq) out.tag_last(block->code, c.freq);
     check_channel(file, *block, c, &out);
     block->chans.push_back(c);
   }
   return file;
+}
+
+void check_regions_across(const RegDomainFile &two, const RegDomainFile &five, Findings *findings) {
+  if (!two.readable || !five.readable) return;
+  // Radio 0 reads REG_DOMAIN5 when its band is 5 GHz; both read REG_DOMAIN2
+  // when the radio configuration does not load.
+  const uint32_t band0 = radio_config_getBand(0);
+  const bool radio0_five = band0 == RADIO_BAND_5G || band0 == RADIO_BAND_5G_2;
+  for (const auto &[a, b] : {std::pair{&two, &five}, std::pair{&five, &two}})
+    for (const RegionBlock &block : a->blocks) {
+      if (b->find(block.code)) continue;
+      findings->error(b->device_path, "region " + std::to_string(block.code) + " (\"" + block.header + "\", line " +
+                                          std::to_string(block.line) + " of " + a->name + ") is missing; " +
+                                          (b->five_ghz == radio0_five ? "the loader refuses the region"
+                                                                      : "radio 1 silently loads it with no channels"));
+      findings->tag_last(block.code);
+    }
 }
 
 }  // namespace aputil::info

@@ -63,4 +63,9 @@ struct RegDomainFile {
 RegDomainFile scan_reg_domain(const std::string &root, const std::string &model_dir, bool five_ghz,
                               Findings *findings);
 
+// Adds an error per region that one REG_DOMAIN file carries and the other
+// lacks: radio 0 refuses such a region, radio 1 silently loads it with no
+// channels (which radio reads which file follows the radio configuration).
+void check_regions_across(const RegDomainFile &two, const RegDomainFile &five, Findings *findings);
+
 }  // namespace aputil::info
