@@ -1,7 +1,7 @@
-/* A plain C99 program built against every public header at once
- * (-std=c99 -pedantic, warnings as errors): the headers compile together as
- * C, the C view of the records agrees with the library's, and the JSON
- * interface works end to end through the shared library. */
+// A plain C99 program built against every public header at once (-std=c99
+// -pedantic, warnings as errors): the headers compile together as C, the C
+// view of the records agrees with the library's (LP64), and the JSON
+// interface works end to end through the shared library.
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -21,45 +21,24 @@
 #include "util_dbg.h"
 
 static int failed;
-
-#define CHECK(cond)                                                   \
-    do {                                                              \
-        if (!(cond)) {                                                \
-            fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #cond); \
-            failed++;                                                 \
-        }                                                             \
-    } while (0)
+#define CHECK(cond) ((cond) ? (void)0 : (void)(failed++, fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #cond)))
 
 int main(void)
 {
-    cJSON *root, *ports;
-    char *text;
+    cJSON *root = cJSON_Parse("{\"LanPort\": {\"dlPortNum\": 2, \"poe\": true}}");
+    cJSON *lan = cJSON_GetObjectItem(root, "lanport");
+    char *text = cJSON_PrintUnformatted(root);
 
-    CHECK(offsetof(cJSON, type) == 3 * sizeof(void *));
-    CHECK(offsetof(cJSON, string) + sizeof(char *) == sizeof(cJSON));
-    CHECK(cJSON_False == 0 && cJSON_True == 1 && cJSON_Object == 6 && cJSON_IsReference == 256);
-    /* The C compiler's view of the records with pointers (LP64). */
-    CHECK(sizeof(cJSON) == 64 && offsetof(cJSON, valuedouble) == 48);
+    CHECK(offsetof(cJSON, type) == 24 && offsetof(cJSON, valuedouble) == 48 && offsetof(cJSON, string) == 56);
+    CHECK(sizeof(cJSON) == 64 && cJSON_False == 0 && cJSON_True == 1 && cJSON_Object == 6 && cJSON_IsReference == 256);
     CHECK(sizeof(mem_pool_t) == 72 && offsetof(mem_pool_t, blocks) == 64);
     CHECK(sizeof(hash_table_t) == 48 && offsetof(hash_table_t, slots) == 40);
     CHECK(sizeof(evloop_timer_t) == 48 && offsetof(evloop_timer_t, sec) == 32);
     CHECK(sizeof(radio_region_tbl_t) == 1324 && sizeof(kx_MD5_CTX) == 104);
-
-    root = cJSON_Parse("{\"LanPort\": {\"dlPortNum\": 2, \"ulPortIfName\": \"eth0\", \"poe\": true}}");
-    CHECK(root != NULL);
-    ports = cJSON_GetObjectItem(root, "lanport");
-    CHECK(ports != NULL);
-    CHECK(cJSON_GetObjectItem(ports, "DLPORTNUM")->valueint == 2);
-    CHECK(cJSON_GetObjectItem(ports, "poe")->type < 2); /* boolean test of the loaders */
-    CHECK(strcmp(cJSON_GetObjectItem(ports, "ulPortIfName")->valuestring, "eth0") == 0);
-
-    cJSON_AddNumberToObject(ports, "extra", 3.5);
-    text = cJSON_PrintUnformatted(root);
-    CHECK(text && strcmp(text, "{\"LanPort\":{\"dlPortNum\":2,\"ulPortIfName\":\"eth0\",\"poe\":true,"
-                               "\"extra\":3.500000}}") == 0);
+    CHECK(lan && cJSON_GetObjectItem(lan, "DLPORTNUM")->valueint == 2 && cJSON_GetObjectItem(lan, "poe")->type < 2);
+    CHECK(text && strcmp(text, "{\"LanPort\":{\"dlPortNum\":2,\"poe\":true}}") == 0);
     free(text);
     cJSON_Delete(root);
-
     printf("c consumer: %s\n", failed ? "FAILED" : "ok");
     return failed ? 1 : 0;
 }

@@ -1,0 +1,440 @@
+// The JSON interface, one table of cases per behaviour: a new case is a row.
+#include <pthread.h>
+
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <numeric>
+#include <random>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cJSON.h"
+#include "support/alloc_hooks.h"
+#include "support/fw_root.h"
+
+namespace {
+
+using aputil::test::ScopedHooks;
+
+// The printed text of item, "<none>" for NULL.
+std::string text(cJSON *item, bool formatted = false) {
+  char *t = formatted ? cJSON_Print(item) : cJSON_PrintUnformatted(item);
+  const std::string s = t ? t : "<none>";
+  return ScopedHooks::release(t), s;
+}
+
+// Whether the sibling links agree both ways, all the way down.
+bool linked(const cJSON *item, const cJSON *prev = nullptr) {
+  return !item || (item->prev == prev && linked(item->child) && linked(item->next, item));
+}
+
+// "name:text", and "#valueint" for numbers and booleans.
+std::string describe(cJSON *item) {
+  if (!item) return "<none>";
+  const std::string s = (item->string ? item->string + std::string(":") : "") + text(item);
+  return (item->type & 255) == cJSON_Number || item->type < 2 ? s + "#" + std::to_string(item->valueint) : s;
+}
+
+// An item handed to the caller: described, checked unlinked, and deleted.
+std::string took(cJSON *item) {
+  const std::string s = describe(item);
+  EXPECT_TRUE(!item || (!item->next && !item->prev && linked(item))) << s;
+  return cJSON_Delete(item), s;
+}
+
+// ---- parsing ----
+
+// Runs body on a thread with the small stack daemons give their workers
+// (sanitized builds, whose frames are far larger, keep the default).
+void on_small_stack(void (*body)()) {
+  pthread_attr_t attr;
+  pthread_attr_init(&attr);
+#if !defined(__SANITIZE_ADDRESS__)
+  pthread_attr_setstacksize(&attr, 192u << 10);
+#endif
+  pthread_t th;
+  auto run = [](void *f) -> void * { return reinterpret_cast<void (*)()>(f)(), nullptr; };
+  ASSERT_EQ(pthread_create(&th, &attr, run, reinterpret_cast<void *>(body)), 0);
+  pthread_join(th, nullptr);
+  pthread_attr_destroy(&attr);
+}
+
+// Texts parse to the tree shown (and its deep copy alike, and it prints
+// formatted too), or are refused with the error pointer where reading
+// stopped; nothing is left behind; up to the deepest nesting allowed, on a
+// small stack.
+void parse_texts() {
+  ScopedHooks hooks;
+  std::string deep_in, deep_out;  // arrays and objects in turn, as deep as allowed
+  for (int i = 0; i < CJSON_NESTING_LIMIT; ++i) deep_in += i % 2 ? "{\"k\":" : "[";
+  deep_out = deep_in + "0.500000", deep_in += "0.5";
+  for (int i = CJSON_NESTING_LIMIT - 1; i >= 0; --i) deep_in += i % 2 ? "}" : "]", deep_out += i % 2 ? "}" : "]";
+  const struct {
+    std::string in, out;  // out: describe() of the tree, "<none>" when refused
+    long error_at = -1;   // where cJSON_GetErrorPtr() points then; -1: NULL
+  } rows[] = {
+      {R"( {"a": [1, "two", true, false, null], "b": {}} )", R"({"a":[1,"two",true,false,null],"b":{}})"},
+      {"", "<none>", 0}, {"   ", "<none>", 3}, {"{", "<none>", 1}, {"[1,]", "<none>", 3}, {"[1]", "[1]"},
+      {R"({"a" 1})", "<none>", 5}, {"tru", "<none>", 3}, {"\"open", "<none>", 5}, {"[1 2]", "<none>", 3},
+      // Text after a complete value is ignored: a loader's buffer may hold an older file's tail.
+      {"{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}", R"({"lanport":{"dlPortNum":1}})"},
+      {"[1][2]", "[1]"}, {R"(["\ud800"])", "<none>", 2}, {R"({"tab\there":null})", R"({"tab\there":null})"},
+      {R"(["\"\\\/\b\f\n\r\t\u0001\u001f\u007f", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])",
+       "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\","
+       "\"\xc3\xa9\xe2\x82\xac\",\"\xf0\x9f\x98\x80\",\"caf\xc3\xa9\"]"},
+      {R"(["a\u0000b"])", R"(["a"])"},  // an embedded NUL ends the C string
+      // Numbers too large for a double are refused; too small ones become 0.
+      {"[1e400]", "<none>", 1}, {"[1.8e308]", "<none>", 1}, {"[1e-400, 0e150, -0.0e-999, 5E+2]", "[0,0,0,500]"},
+      // Found by fuzzing: "%e" keeps six digits, so the text settles after one round.
+      {"[11110643096.1506972]", "[1.111064e+10]"}, {"[1.111064e+10]", "[11110640000]"},
+      {deep_in, deep_out}, {"[{\"a\":" + deep_in + "}]", "<none>", 3000}, {std::string(200000, '['), "<none>", 1000},
+      // valueint: valuedouble truncated toward zero and saturated; 1 for a parsed true.
+      {"2.9", "2.900000#2"}, {"-2.9", "-2.900000#-2"}, {"true", "true#1"}, {"false", "false#0"},
+      {"-2147483649", "-2147483649#-2147483648"}, {"18446744073709551615", "18446744073709551616#2147483647"},
+  };
+  for (const auto &r : rows) {
+    cJSON *t = cJSON_Parse(r.in.c_str()), *copy = cJSON_Duplicate(t, 1);
+    EXPECT_EQ(cJSON_GetErrorPtr() ? cJSON_GetErrorPtr() - r.in.c_str() : -1, r.error_at) << r.in.substr(0, 80);
+    EXPECT_EQ(describe(t) + describe(copy), r.out + r.out) << r.in.substr(0, 80);
+    EXPECT_TRUE(linked(t) && (text(t, true) == "<none>") == !t) << r.in;
+    cJSON_Delete(t), cJSON_Delete(copy);
+    EXPECT_EQ(hooks.stats().live, 0);
+  }
+}
+TEST(JsonParse, Texts) { on_small_stack(parse_texts); }
+
+// Every number is what strtod reads, to the bit, whether it takes the
+// short exact path or not.
+TEST(JsonParse, NumbersAsStrtodReadsThem) {
+  std::vector<std::string> texts = {"-0", "0e150", "1e22", "1e23", "123456789012345", "1234567890123456", "0.3",
+                                    "1e300", "9007199254740993", "1.7976931348623157e308", "4.9e-324", "5e-324",
+                                    "2.2250738585072014e-308", "123456789012345e-22", "123456789012345e-23",
+                                    "0.000000000000000000001", "1E+2", "1e-0"};
+  std::mt19937_64 rng(11);
+  for (int i = 0; i < 20000; ++i) {  // up to 17 digits, a dot anywhere, an exponent or not
+    std::string t = std::to_string(rng() % 100000000000000000ull);
+    t.resize(1 + rng() % t.size());
+    const size_t dot = rng() % (t.size() + 1);
+    t = (rng() & 1 ? "-" : "") + (dot ? t.substr(0, dot) : "0") + (dot < t.size() ? "." + t.substr(dot) : "");
+    texts.push_back(rng() % 3 ? t : t + "e" + std::to_string(static_cast<int>(rng() % 61) - 30));
+  }
+  for (const std::string &t : texts) {
+    cJSON *n = cJSON_Parse(t.c_str());
+    const double want = std::strtod(t.c_str(), nullptr);
+    EXPECT_TRUE(n && std::memcmp(&n->valuedouble, &want, sizeof want) == 0) << t;
+    cJSON_Delete(n);
+  }
+}
+
+// The JSON test suite's corpus: y_ files parse, n_ files do not, but for
+// those that hold a complete value and then other text (or a NUL); what
+// parses prints formatted to text that parses back to the same; every
+// block is released.
+TEST(JsonParse, ConformanceCorpus) {
+  const std::set<std::string> trailing = {
+      "array_comma_after_close", "array_extra_close", "multidigit_number_then_00", "object_trailing_comment",
+      "object_trailing_comment_open", "object_trailing_comment_slash_open", "object_with_trailing_garbage",
+      "object_trailing_comment_slash_open_incomplete", "string_with_trailing_garbage", "structure_trailing_#",
+      "structure_array_trailing_garbage", "structure_array_with_extra_array_close", "structure_double_array",
+      "structure_close_unopened_array", "structure_number_with_trailing_garbage",
+      "structure_object_followed_by_closing_object", "structure_object_with_trailing_garbage"};
+  const std::string dir = std::string(getenv("APUTIL_TEST_DATA") ?: "tests/data") + "/json-conformance/";
+  size_t trailing_seen = 0;
+  ScopedHooks hooks;
+  for (std::error_code missing; const auto &file : std::filesystem::directory_iterator(dir, missing)) {
+    const std::string name = file.path().filename();
+    const bool accepted = name[0] == 'y' || trailing.count(name.substr(2, name.size() - 7));
+    trailing_seen += name[0] == 'n' && accepted;
+    cJSON *tree = cJSON_Parse(aputil::test::read_file(dir + name).c_str());
+    cJSON *again = cJSON_Parse(text(tree, true).c_str());
+    EXPECT_TRUE(name[0] == 'i' || (tree != nullptr) == accepted) << name;
+    EXPECT_EQ(text(again), text(tree)) << name;
+    cJSON_Delete(tree), cJSON_Delete(again);
+    EXPECT_EQ(hooks.stats().live, 0) << name;
+  }
+  EXPECT_EQ(trailing_seen, trailing.size());
+}
+
+// ---- printing ----
+
+// "%d" when valuedouble equals valueint (within DBL_EPSILON, in the int
+// range), "%.0f" within DBL_EPSILON above a whole number, "%e" below 1e-6
+// or above 1e9 in magnitude, else "%f". Whole numbers from 2^63 and tiny
+// fractions take snprintf, the rest is written directly.
+TEST(JsonPrint, Numbers) {
+  const std::pair<double, const char *> rows[] = {
+      {-0.0, "0"}, {-2147483648.0, "-2147483648"}, {1.0 + DBL_EPSILON, "1"}, {-1.9999999999999998, "-2"},
+      {2147483648.0, "2147483648"}, {1000000000.5, "1.000000e+09"}, {-2.5e-9, "-2.500000e-09"}, {1e-6, "0.000001"},
+      {0.9999995, "1.000000"}, {-INFINITY, "-inf"},
+  };
+  for (const auto &[d, out] : rows) {
+    cJSON *n = cJSON_CreateNumber(d);
+    EXPECT_EQ(text(n), out) << d;
+    cJSON_Delete(n);
+  }
+  // Whatever is not "%d" prints as printf prints it (to nearest, ties to
+  // even): random magnitudes, ties at the sixth decimal, carries into a new
+  // digit, the "%e" boundary, whole numbers to 2^64 and beyond.
+  std::mt19937_64 rng(5);
+  std::vector<double> v = {std::nan(""), 0.99999949999999, 999999999.9999995, 9999999499.5, 9999999500.5, 1e300,
+                           99999995e8 + 0.5, 1e-6 + 1e-22, 1e9 - 0.5, 123456.0000005, 4503599627370495.5, 1.5e-6,
+                           2.5e-7, 3.14159, 9.2e18, 1e19, 9.2e18 - 2048, 9007199254740993.0, 0x1p62, 0x1p63};
+  for (int i = 0; i < 200000; ++i) {
+    const double sign = rng() & 1 ? -1 : 1;
+    v.push_back(sign * (i % 2 ? std::pow(10.0, std::uniform_real_distribution<double>(-8, 16)(rng))
+                              : std::ldexp(static_cast<double>(rng() >> 11), static_cast<int>(rng() % 90) - 80)));
+  }
+  for (int j = -3999; j < 4000; j += 2) v.push_back(j / 128.0);  // ties at the sixth decimal
+  for (int j = 1; j < 400; j += 2) v.push_back(1e9 + j / 2.0);    // just past the "%e" boundary
+  for (double x : v) {
+    char want[400];
+    const double a = std::fabs(x);
+    std::snprintf(want, sizeof want,
+                  std::fabs(std::floor(x) - x) <= DBL_EPSILON ? "%.0f" : a < 1.0e-6 || a > 1.0e9 ? "%e" : "%f", x);
+    cJSON *n = cJSON_CreateNumber(x);
+    ASSERT_EQ(text(n), n->valueint == x ? std::to_string(n->valueint) : want) << std::hexfloat << x;
+    cJSON_Delete(n);
+  }
+}
+
+// Formatted text: members one per line, a tab deeper than their object;
+// array elements one level deeper than the array; an empty object closes
+// one tab short of its depth. Unformatted text is the input itself.
+// Parsing takes one block from the hooks per item and per string (value
+// or name), however long or deep the text: its scratch space, sized from
+// the length and the number of '[' and '{', is on the C stack or in pages
+// of its own. Printing, below or past its 4 KiB first buffer, takes one
+// block, the text, and gives NULL with nothing left behind when refused.
+TEST(JsonPrint, LayoutAndBlocks) {
+  std::vector<std::tuple<std::string, std::string, long>> rows = {  // text, formatted ("": the same), blocks
+      {R"({"a":1,"b":[1,2,{"c":null}],"d":{},"e":{"f":"x","g":{}},"h":[],"i":[true,false]})",
+       "{\n\t\"a\":\t1,\n\t\"b\":\t[1, 2, {\n\t\t\t\"c\":\tnull\n\t\t}],\n\t\"d\":\t{\n},\n\t\"e\":\t{\n"
+       "\t\t\"f\":\t\"x\",\n\t\t\"g\":\t{\n\t}\n\t},\n\t\"h\":\t[],\n\t\"i\":\t[true, false]\n}", 25},
+      {R"([{"a":1}])", "[{\n\t\t\"a\":\t1\n\t}]", 4}, {"[{}]", "[{\n}]", 2}, {"[[{}]]", "[[{\n\t}]]", 3},
+      {R"([[{"a":[{"b":2}]}],{}])", "[[{\n\t\t\t\"a\":\t[{\n\t\t\t\t\t\"b\":\t2\n\t\t\t\t}]\n\t\t}], {\n}]", 9},
+      {R"({"a":[1,"two",{}],"b":null})", "{\n\t\"a\":\t[1, \"two\", {\n\t}],\n\t\"b\":\tnull\n}", 9}};
+  for (size_t n : {4060, 4066, 4067, 4068, 4075, 4090, 4091, 4092, 4093, 4094, 300000})
+    rows.push_back({"[\"" + std::string(n, 'y') + "\"]", "", 3});  // arrays print on one line
+  for (long d = 204; d < 212; ++d)
+    rows.push_back({std::string(d, '[') + '"' + std::string(2000, 'z') + '"' + std::string(d, ']'), "", d + 2});
+  std::string in = "{\"k\":[{\"a\":1}", formatted = "{\n\t\"k\":\t[{\n\t\t\t\"a\":\t1\n\t\t}";
+  for (int i = 0; i < 600; ++i) in += ",{\"a\":1}", formatted += ", {\n\t\t\t\"a\":\t1\n\t\t}";
+  rows.push_back({in + "]}", formatted + "]\n}", 3 + 601 * 3});
+  for (const auto &[json, formatted, blocks] : rows) {
+    ScopedHooks hooks;
+    cJSON *t = cJSON_Parse(json.c_str());
+    EXPECT_EQ(hooks.stats().allocations, blocks) << json.size();
+    const bool printed = text(t) == json && text(t, true) == (formatted.empty() ? json : formatted);
+    EXPECT_TRUE(printed && hooks.stats().allocations == blocks + 2) << json.size();  // one block per text
+    hooks.stats().fail_at = blocks + 2;
+    EXPECT_EQ(cJSON_PrintUnformatted(t), nullptr);
+    cJSON_Delete(t);
+    EXPECT_EQ(hooks.stats().live, 0);
+  }
+}
+
+// ---- building, looking up and editing trees ----
+
+// The parts in order (a + b + c runs its operands in any order), between blanks.
+std::string cat(std::initializer_list<std::string> parts) {
+  auto join = [](const std::string &s, const std::string &p) { return s.empty() || p.empty() ? s + p : s + " " + p; };
+  return std::accumulate(parts.begin(), parts.end(), std::string(), join);
+}
+
+// A call on the tree parsed from a row's text; each argument shows what a
+// call returned, as took() or describe() shows it ("" for nothing).
+#define OP(...) []([[maybe_unused]] cJSON *t) -> std::string { return cat({__VA_ARGS__}); }
+
+std::string at(cJSON *t, int which) { return describe(cJSON_GetArrayItem(t, which)); }
+std::string get(cJSON *t, const char *name) { return describe(cJSON_GetObjectItem(t, name)); }
+std::string detach(cJSON *t, int which) { return took(cJSON_DetachItemFromArray(t, which)); }
+std::string detach(cJSON *t, const char *name) { return took(cJSON_DetachItemFromObject(t, name)); }
+std::string erase(cJSON *t, int which) { return cJSON_DeleteItemFromArray(t, which), ""; }
+std::string erase(cJSON *t, const char *name) { return cJSON_DeleteItemFromObject(t, name), ""; }
+// "" when item takes the place, else item (still the caller's).
+std::string replace(cJSON *t, int which, cJSON *item) {
+  return cJSON_ReplaceItemInArray(t, which, item), item->prev || item->next || t->child == item ? "" : took(item);
+}
+std::string replace(cJSON *t, const char *name, cJSON *item) {
+  return cJSON_ReplaceItemInObject(t, name, item), item->string ? "" : took(item);
+}
+
+const char *const kArray = "[0,1,2,3,4]", *const kObject = R"({"a":1,"B":"two","c":true})";
+const char *const kNames = "{\"LANPORT\":1,\"lanport\":2,\"Caf\xc3\x89\":3,\"x\":4,\"Z\":5,\"a\":6}";
+const int kInts[] = {1, -2, 3};
+const char *kStrings[] = {"x", "", "z", nullptr, "b"};
+const int8_t kInt8[] = {static_cast<int8_t>(255), 1, -128, 127};
+const int64_t kInt64[] = {-1, 5, INT64_MIN, (int64_t{1} << 53) + 1};  // read unsigned
+
+// Lookups: negative indexes count as 0; names fold ASCII letters only
+// and the first match wins. Edits: detached items come back unlinked; a
+// replacement takes the place (and the object variant the name asked for);
+// a call that finds nothing changes nothing and leaves newitem the caller's.
+// Constructors leave valueint 0 on booleans and truncate numbers into it;
+// array constructors leave out an element they cannot make; the update
+// calls act only on items of exactly their type.
+TEST(JsonTree, Calls) {
+  const struct {
+    const char *in;
+    std::string (*op)(cJSON *t);
+    const char *result, *after;  // after: the tree's text after the call
+  } rows[] = {
+      {kArray, OP(at(t, 0), at(t, 4), at(t, 5), at(t, -1), at(t, INT_MIN)), "0#0 4#4 <none> 0#0 0#0", kArray},
+      {kNames, OP(get(t, "LanPort"), get(t, "lanpor"), get(t, "caf\xc3\xa9"), get(t, "Caf\xc3\x89"), get(t, "z"),
+                  get(t, "A"), get(t, nullptr)),
+       "LANPORT:1#1 <none> <none> Caf\xc3\x89:3#3 Z:5#5 a:6#6 <none>", kNames},
+      {kArray, OP(detach(t, 4), detach(t, 2), detach(t, INT_MIN), detach(t, 5), erase(t, 1), erase(t, -2)),
+       "4#4 2#2 0#0 <none>", "[]"},
+      {kArray, OP(replace(t, 4, cJSON_CreateNull()), replace(t, -7, cJSON_CreateTrue()),
+                  replace(t, 5, cJSON_CreateNull())), "null", "[true,1,2,3,null]"},
+      {kObject, OP(detach(t, "b"), detach(t, "d"), erase(t, "C"), erase(t, "x")), "B:\"two\" <none>", R"({"a":1})"},
+      {kObject, OP(replace(t, "A", cJSON_CreateNull()), replace(t, "zzz", cJSON_CreateTrue())), "true#0",
+       R"({"A":null,"B":"two","c":true})"},
+      {kObject, OP((cJSON_AddItemToObject(t, "new", cJSON_DetachItemFromObject(t, "a")), "")), "",
+       R"({"B":"two","c":true,"new":1})"},  // it takes the new name
+      {"{}", OP((cJSON_AddNumberToObject(t, "a", 1), cJSON_AddStringToObject(t, "B", "2"),
+                 cJSON_AddTrueToObject(t, "c"), cJSON_AddFalseToObject(t, "d"), cJSON_AddNullToObject(t, "e"),
+                 cJSON_AddBoolToObject(t, "f", 5), "")), "", R"({"a":1,"B":"2","c":true,"d":false,"e":null,"f":true})"},
+      // A reference shares its target's child and value, is no plain number,
+      // nor is its copy a reference; deleting it leaves the target whole. A
+      // member without a name prints as "".
+      {R"({"k":[1,2]})", [](cJSON *t) {
+         cJSON *refs = cJSON_CreateObject(), *copy;
+         cJSON_AddItemReferenceToObject(refs, "o", t), cJSON_AddItemReferenceToArray(refs, t->child->child);
+         const std::string s = cat({text(refs), describe(cJSON_UpdateNumberVal(refs->child->next, 3)),
+                                    describe(cJSON_UpdateNumberVal(copy = cJSON_Duplicate(refs->child->next, 1), 3))});
+         return cJSON_Delete(copy), cJSON_Delete(refs), s;
+       }, R"({"o":{"k":[1,2]},"":1} <none> 3#3)", R"({"k":[1,2]})"},
+      {"0", OP(took(cJSON_CreateTrue()), took(cJSON_CreateBool(0)), took(cJSON_CreateBool(5))), "true#0 false#0 true#0",
+       "0"},
+      {"0", OP(took(cJSON_CreateNumber(-1e12)), took(cJSON_CreateString(nullptr)), took(cJSON_CreateString(""))),
+       "-1000000000000#-2147483648 <none> \"\"", "0"},
+      // A valueint set apart counts only when it matches; cJSON_SetIntValue sets both.
+      {"5", OP((t->valueint = 7, text(t)), (cJSON_SetIntValue(t, 42), describe(t))), "5 42#42", "42"},
+      {"0", OP(took(cJSON_CreateIntArray(kInts, 3)), took(cJSON_CreateIntArray(kInts, -3)),
+               took(cJSON_CreateIntArray(nullptr, 2)), took(cJSON_CreateStringArray(nullptr, 0))),
+       "[1,-2,3] [] <none> []", "0"},
+      {"0", OP(took(cJSON_CreateFloatArray(std::vector<float>{0.5f, 1}.data(), 2)),
+               took(cJSON_CreateDoubleArray(std::vector<double>{2.25, -1e20}.data(), 2))),
+       "[0.500000,1] [2.250000,-100000000000000000000]", "0"},
+      {"0", OP(took(cJSON_CreateStringArray(kStrings, 5)), took(cJSON_CreateInt8Array(kInt8, 4))),
+       R"(["x","","z","b"] [-1,1,-128,127])", "0"},
+      {"[]", OP((cJSON_AddItemToArray(t, cJSON_CreateInt64Array(kInt64, 4)), at(t->child, 0))),
+       "18446744073709551616#2147483647", "[[18446744073709551616,5,9223372036854775808,9007199254740992]]"},
+      {"[1]", OP(describe(cJSON_UpdateNumberVal(t->child, 1e12)), describe(cJSON_UpdateNumberVal(t->child, NAN)),
+                 describe(cJSON_UpdateNumberVal(t->child, 2.9))),
+       "1000000000000#2147483647 nan#0 2.900000#2", "[2.900000]"},
+      {"[\"eth0\"]", [](cJSON *t) {
+         const char *was = t->child->valuestring;  // equal text keeps its storage
+         return cat({describe(cJSON_UpdateStringVal(t->child, "eth0")), t->child->valuestring == was ? "same" : "new",
+                     describe(cJSON_UpdateStringVal(t->child, "ETH0")), describe(cJSON_UpdateStringVal(t->child, 0))});
+       }, "\"eth0\" same \"ETH0\" <none>", "[\"ETH0\"]"},
+      // Printing: a string item without text prints as "", the reference
+      // flag is ignored, an unknown type code gives NULL.
+      {"[\"x\",null]", OP((free(t->child->valuestring), t->child->valuestring = nullptr, ""),
+                           (t->child->next->type |= cJSON_IsReference, ""), text(t), (t->child->type = 7, ""),
+                           text(t), text(t, true), (t->child->type = cJSON_String, "")),
+       "[\"\",null] <none> <none>", "[\"\",null]"},
+  };
+  for (const auto &r : rows) {
+    cJSON *t = cJSON_Parse(r.in);
+    EXPECT_EQ(r.op(t), r.result) << r.in << " -> " << r.after;
+    EXPECT_EQ(text(t), r.after) << r.in << " -> " << r.after;
+    EXPECT_TRUE(linked(t)) << r.in;
+    cJSON_Delete(t);
+  }
+}
+
+// NULL arguments are accepted everywhere: the calls do nothing, allocate
+// nothing and answer NULL or 0. NULL hook members mean malloc and free.
+TEST(JsonTree, NullArguments) {
+  ScopedHooks hooks;
+  cJSON *a = cJSON_Parse("[null]");
+  cJSON_AddItemToArray(a, nullptr), cJSON_AddItemToObject(a, "x", nullptr), cJSON_AddItemToObject(nullptr, "x", a);
+  cJSON_AddItemReferenceToObject(nullptr, "x", a), cJSON_AddItemReferenceToObject(a, nullptr, a), cJSON_Delete(0);
+  cJSON_AddItemReferenceToArray(nullptr, a), cJSON_AddItemReferenceToArray(a, nullptr), cJSON_Minify(nullptr);
+  cJSON_DeleteItemFromObject(nullptr, "x"), cJSON_ReplaceItemInArray(nullptr, 0, a), cJSON_ReplaceItemInArray(a, 0, 0);
+  for (cJSON *none : {cJSON_GetArrayItem(nullptr, 0), cJSON_GetObjectItem(nullptr, "x"), cJSON_Parse(nullptr),
+                      cJSON_DetachItemFromArray(nullptr, 0), cJSON_DetachItemFromObject(a, nullptr),
+                      cJSON_Duplicate(nullptr, 1), cJSON_UpdateNumberVal(nullptr, 1), cJSON_UpdateStringVal(a, 0)})
+    EXPECT_EQ(none, nullptr);
+  EXPECT_TRUE(!cJSON_Print(nullptr) && cJSON_GetArraySize(nullptr) == 0 && text(a) == "[null]");
+  cJSON_Delete(a);
+  cJSON_Hooks none = {nullptr, nullptr};  // as cJSON_InitHooks(nullptr)
+  cJSON_InitHooks(&none);
+  cJSON_Delete(cJSON_Parse("[\"x\"]"));
+  EXPECT_EQ(hooks.stats().allocations, 3);  // the two items and the one text above
+}
+
+// Blanks and both kinds of comment go and strings stay as they are; "/*/"
+// is a whole comment and an unclosed one runs to the end. Nothing past the
+// text's NUL is read or written.
+TEST(JsonTree, Minify) {
+  const std::string rows[][2] = {
+      {"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"}, {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
+      {R"({"s": "keep  // this /* too */ \" and \\"})", R"({"s":"keep  // this /* too */ \" and \\"})"},
+      {"/*/ 1", "1"}, {"[1/**/,2/*/*/]", "[1,2*/]"}, {"[1] /* never closed", "[1]"}, {"[1] // no line end", "[1]"},
+      {"\"a b", "\"a b"}, {"", ""}, {std::string("\"a \\\0\" x", 8), "\"a \\"},
+  };
+  for (const auto &[in, out] : rows) {
+    std::string buf = in + '\0', want = buf;
+    cJSON_Minify(buf.data());
+    EXPECT_EQ(buf, want.replace(0, out.size() + 1, out + '\0')) << in;
+  }
+}
+
+// ---- allocation through the hooks ----
+
+const char *const kSample = R"({"lanport":{"dlPortNum":1,"ulPortIfName":"eth0"},"l":[-1.5,"x\u00e9",null,true,{}]} x)";
+
+bool one_left_out(cJSON *array) { return !array || cJSON_GetArraySize(array) == 2; }
+
+// Refusing any one allocation of an operation gives its documented result
+// and leaves nothing behind: NULL, except that an array constructor leaves
+// out the element it could not make, an object takes no member whose name
+// could not be copied, and a failed string update leaves valuestring NULL.
+TEST(JsonAlloc, EveryAllocationMayFail) {
+  const struct {
+    const char *what;
+    cJSON *(*make)(cJSON *sample);
+    bool (*refused)(cJSON *made);  // whether made is what a refused allocation gives
+  } rows[] = {
+      {"parse", [](cJSON *) { return cJSON_Parse(kSample); }, [](cJSON *t) { return !t && cJSON_GetErrorPtr(); }},
+      {"duplicate", [](cJSON *sample) { return cJSON_Duplicate(sample, 1); }, [](cJSON *t) { return !t; }},
+      {"int array", [](cJSON *) { return cJSON_CreateIntArray(kInts, 3); }, one_left_out},
+      {"string array", [](cJSON *) { return cJSON_CreateStringArray(kStrings, 3); }, one_left_out},
+      {"string update", [](cJSON *) { cJSON *s = cJSON_CreateString("a"); return cJSON_UpdateStringVal(s, "b"), s; },
+       [](cJSON *s) { return !s || !s->valuestring; }},
+      {"member names", [](cJSON *) {
+         cJSON *o = cJSON_CreateObject(), *v = cJSON_CreateString("v");
+         cJSON_AddItemToObject(o, "name", v), cJSON_AddItemReferenceToObject(o, "ref", v);
+         return v && !v->string ? (cJSON_Delete(v), o) : o;  // an item not taken is still ours
+       }, [](cJSON *o) { return !o || cJSON_GetArraySize(o) < 2; }},
+  };
+  ScopedHooks hooks;
+  cJSON *sample = cJSON_Parse(kSample);
+  const long live = hooks.stats().live;
+  for (const auto &r : rows) {
+    for (long i = -1, count = 0; i < count; ++i) {  // i = -1: nothing refused
+      const long first = hooks.stats().allocations;
+      hooks.stats().fail_at = i < 0 ? -1 : first + i;
+      cJSON *made = r.make(sample);
+      if (i < 0) count = hooks.stats().allocations - first;
+      EXPECT_EQ(r.refused(made), i >= 0) << r.what << ", allocation " << i;
+      cJSON_Delete(made);
+      EXPECT_EQ(hooks.stats().live, live) << r.what << ", allocation " << i;
+    }
+  }
+  cJSON_Delete(sample);
+}
+
+}  // namespace
