@@ -135,9 +135,9 @@ const std::map<std::string, std::pair<std::string, std::function<std::string(con
     FX("range", region_getPowerRange, radio_region_getPowerRange(a[0], &g_lo, &g_hi) ? "err" : text(g_lo) + "-" +
                                                                                          text(g_hi)),
     FX("rangeNoMin", region_getPowerRange, radio_region_getPowerRange(a[0], nullptr, &g_hi)),
-    // Width code a[0] for a channel with commonFlag a[1] and extFlag a[2].
-    FX("valid", region_checkChannelValid, (g_rec = {5180, 36, uint32_t(a[1]), uint32_t(a[2]), 1},
-        radio_region_checkChannelValid(a[0], &g_rec))),
+    // Width code a[0] for a channel with commonFlag a[1] and extFlag a[2] (none without them).
+    FX("valid", region_checkChannelValid, radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr
+        : (g_rec.commonFlag = uint32_t(a[1]), g_rec.extFlag = uint32_t(a[2]), &g_rec))),
     // Radio, count, width, then the frequencies.
     FX("nonDfs", region_checkIsSuppNonDfsChan,
        radio_region_checkIsSuppNonDfsChan(a[0], a[1], from<uint32_t>(a, 3, 67).data(), a[2])),
@@ -264,7 +264,7 @@ TEST_F(RadioTest, ValuesRead) {
       {agc(R"({"supp": true}, "BBRegPSD": {"supp": true, "regVal": "12"})"), "agc=1 agcVal(2)=2: psd=1"},
       {agc(R"({"supp": true, "regVal": ["1", 2]})"), "agc=0",
        cond("_bbreg_parse", 380, "(NULL != pItem && cJSON_String == pItem->type)")},
-      {agc(R"({"supp": 1, "regVal": ["1", "2"]})"), "agc=0"},
+      {agc(R"({"supp": 1, "regVal": ["1", "2"]})"), "agc=0 cca=0 psd=0"},  // the other sets missing
   };
   for (const auto &r : rows) {
     config(r.json);
@@ -445,7 +445,7 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   check({{"valid(2,0x10000,0)=1"}, {"valid(2,0x20000,0)=0"}, {"valid(3,0x20000,0)=1"}, {"valid(4,0x20000,0)=1"},
          {"valid(4,0x10000,0)=0"}, {"valid(5,0x20000,0)=0"}, {"valid(5,0x800100,0)=1"}, {"valid(6,0x800100,0)=1"},
          {"valid(6,0x10000,0)=0"}, {"valid(7,0x10000,0)=1"}, {"valid(8,0x10000,0)=1"}, {"valid(2,0x10000,2)=1"},
-         {"valid(2,0x10000,0x1402)=0"},
+         {"valid(2,0x10000,0x1402)=0"}, {"valid(2)=0"}, {"nonDfs(1,1,2,5180)=1"},
          // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
          {"nonDfs(1,3,2,5260,5300,5180)=1"}, {"nonDfs(1,2,2,5260,5300,5180)=0"}, {"nonDfs(1,1,2,4000)=0"},
          {"nonDfs(1,67,2)=1", 2159, "invalid suppFrepCnt: 67"}, {"nonDfs(1,0,2)=1", 2159, "invalid suppFrepCnt: 0"},
