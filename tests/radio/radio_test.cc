@@ -209,7 +209,7 @@ class RadioTest : public ::testing::Test {
 
 TEST_F(RadioTest, ValuesRead) {
   const std::string lv = R"({"low": 1, "high": 2, "dcoff": 3})", lv3 = lv + "," + lv + "," + lv, mode = "\"mode\": ";
-  auto thermal = [](const std::string &t) { return radio_config(R"("thermalCtl": {"supp": true)" + t + "}"); };
+  auto thermal = [](auto l) { return radio_config(R"("thermalCtl": {"supp": true, "levels": [)" + l + "]}"); };
   auto agc = [](const std::string &t) { return radio_config(R"("BBRegCfg": {"BBRegAGC": )" + t + "}"); };
   const std::string no_mode = msg("radio_config_getMaxModeCap", 1533, "invalid mode:0x20\n");
   const char *value = "(NULL != pVal && pVal->type == cJSON_Number)", *th = "_radio_thermal_cfg_parse";
@@ -223,11 +223,10 @@ TEST_F(RadioTest, ValuesRead) {
        "acs(1)=2 spruce(1)=1 modeCap(1)=9 smartAnt(0)=1 chanLimit=1 dfsImprove=1 dfsCfg=0 qam=1 ofdma=1 frag=0 ovw=1 "
        "dfsUS=1 noAutoWradar=1 zeroWait=1 caps=14:0,4,0,2,1,1,8,1,7,0,4,1,1,16"},
       {radio_config(),  // the optional keys' defaults
-       "sta=-1 modeCap(0)=52 modeCap(1)=116 ifindex(0)=0 ifindex(1)=1 ifname(1)= prefix(1)= vaps(0)=8 acs(0)=0 "
-       "spruce(0)=0 smartAnt(1)=0 chanLimit=0 dfsImprove=0 dfsCfg=1 qam=0 ofdma=0 frag=1 ovw=0 dfsUS=0 noAutoWradar=0 "
-       "zeroWait=0 region=841 bkhap=bkhap1 meshSta=sta1 thermal=0 cca=0 agc=0 psd=0 "
-       "caps=14:0,4,0,2,0,0,8,1,4,0,2,0,0,8"},
-      {radio_config(R"("EIRP": false, "maxStaPerRadio": 512)"), "eirp=0 sta=512"},
+       "sta=-1 modeCap(0)=52 modeCap(1)=116 ifindex(0)=0 ifindex(1)=1 vaps(0)=8 acs(0)=0 spruce(0)=0 smartAnt(1)=0 "
+       "chanLimit=0 dfsImprove=0 dfsCfg=1 qam=0 ofdma=0 frag=1 ovw=0 dfsUS=0 noAutoWradar=0 zeroWait=0 region=841 "
+       "bkhap=bkhap1 meshSta=sta1 thermal=0 cca=0 agc=0 psd=0 caps=14:0,4,0,2,0,0,8,1,4,0,2,0,0,8"},
+      {radio_config(R"("EIRP": false, "maxStaPerRadio": 512, "thermalCtl": {})"), "eirp=0 sta=512 thermal=0"},
       {radio_config(R"("maxStaPerRadio": "abc", "meshStaIfname": 4, "specCARegionCode": "1", "specRegionCode": 36)"),
        "sta=-1 meshSta=sta1 region=36"},  // another type counts as missing
       // Radio type, the radio with a band (radio 0 first), mimo gain, mode bit, PHY mode, width code.
@@ -248,14 +247,13 @@ TEST_F(RadioTest, ValuesRead) {
                     radio(2, R"("ifname": "abcdefghijklmnopqrs", "vapPrefix": "vvvvvvvvvvvvvvvvvvv")")),
        "bkhap=bbbbbbbbbbbbbbb meshSta=sssssssssssssss region=124 ifname(0)=abcdefghijklmnop prefix(0)=vvvvvvvvvvvvvvv"},
       // Thermal levels (values keep their low 8 bits); a fault leaves thermalSupp 0.
-      {thermal(R"(, "levels": [)" + lv3 + R"(, {"low": 4, "high": 5, "dcoff": 300}])"),
-       "thermal=1 lv(0)=1/2/3 lv(3)=4/5/44"},
-      {thermal(R"(, "levels": [)" + lv3 + "]"), "thermal=0", cond(th, 322, "(levelNum == THERMAL_CTL_LEVEL_NUM)")},
-      {thermal(""), "thermal=1"}, {radio_config(R"("thermalCtl": {"supp": false, "levels": 5})"), "thermal=0"},
-      {thermal(R"(, "levels": [{"low": "1"},)" + lv3 + "]"), "thermal=0", cond(th, 330, value)},
-      {thermal(R"(, "levels": [)" + lv + R"(, {"low": 7, "dcoff": 3},)" + lv + "," + lv + "]"),
-       "thermal=0 lv(0)=1/2/3 lv(1)=7/0/0 lv(2)=0/0/0", cond(th, 334, value)},
-      {thermal(R"(, "levels": [)" + lv3 + R"(, {"low": 1, "high": 2}])"), "thermal=0", cond(th, 338, value)},
+      {thermal(lv3 + R"(, {"low": 4, "high": 5, "dcoff": 300})"), "thermal=1 lv(0)=1/2/3 lv(3)=4/5/44"},
+      {thermal(lv3), "thermal=0", cond(th, 322, "(levelNum == THERMAL_CTL_LEVEL_NUM)")},
+      {radio_config(R"("thermalCtl": {"supp": true})"), "thermal=1"},
+      {radio_config(R"("thermalCtl": {"supp": false, "levels": 5})"), "thermal=0"},
+      {thermal(R"({"low": "1"},)" + lv3), "thermal=0", cond(th, 330, value)},
+      {thermal(lv + R"(, {"low": 7, "dcoff": 3},)" + lv + "," + lv), "thermal=0 lv(1)=7/0/0", cond(th, 334, value)},
+      {thermal(lv3 + R"(, {"low": 1, "high": 2})"), "thermal=0", cond(th, 338, value)},
       // Baseband registers: hexadecimal strings, the count fixed per set, "supp" a boolean.
       {radio_config(R"("BBRegCfg": {"BBRegCCAB0": {"supp": true, "regVal": ["0x1c8f"]}, "BBRegAGC": {"supp": true,
           "regVal": ["3FE", "0X108"]}, "BBRegPSD": {"supp": false, "regVal": ["1", "2", "3"]}})"),
@@ -295,7 +293,8 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
   const struct { std::string json, err; } rows[] = {
       {"", msg("l_radio_config_init", 451, "failed to read file\n")},
       {"{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")},
-      {radio_config(R"("pad": ")" + std::string(1000, 'x') + "\""), loader(461, "(NULL != pRadioCfg)")},  // cut at 1024
+      {[] { std::string s = radio_config(); return s.insert(s.size() - 1, 1025 - s.size(), ' '); }(),  // 1025 bytes
+       loader(461, "(NULL != pRadioCfg)")},
       {radio_config(R"("EIRP": 1)"), loader(464, eirp)}, {"{\"radioTable\": [" + two + "]}", loader(464, eirp)},
       {radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)},
       {radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)}, {"{\"EIRP\": false}", loader(482, count)},
@@ -317,10 +316,9 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
   EXPECT_NE(stdout_of([] { check({{"band(1)=5"}}); }).find("radioType: 0x11"), std::string::npos);
   EXPECT_EQ(stdout_of([] { radio_config_getBand(1); }), "");  // dumped once, at the load
   // Arguments out of range on the loaded table.
-  char level4[96], no_low[96];
-  const auto ptr = [](const void *p) { return const_cast<void *>(p); };
-  std::snprintf(level4, sizeof level4, "invalid param, level:4, %p, %p, %p", ptr(&g_low), ptr(&g_high), ptr(&g_dcoff));
-  std::snprintf(no_low, sizeof no_low, "invalid param, level:0, %p, %p, %p", ptr(nullptr), ptr(&g_high), ptr(&g_dcoff));
+  char level4[96], no_low[96];  // the outputs' addresses
+  std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)&g_low, (void *)&g_high, (void *)&g_dcoff);
+  std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", (void *)nullptr, (void *)&g_high, (void *)&g_dcoff);
   const char *id2 = "init error or invalid radioID:2";
   check({{"band(2)=0", 1455, id2}, {"smartAnt(2)=0", 2007, id2}, {"maxMode(2)=" + kErr, 1661, "invalid radioID:2"},
          {"maxWidth(2)=" + kErr, 1702, "invalid radioID:2"}, {"lv(3)=0/0/0"}, {"lv(4)=err", 1867, level4},
@@ -384,18 +382,20 @@ TEST_F(RadioTest, ReadingTheFiles) {
 }
 
 TEST_F(RadioTest, EveryCallRebuildsBothTables) {
-  init("A:1 2412,20000,0,10 2417,20000,0,11 2422,20000,0,12\nB:2 2462,1,0,20\n", "A:1 5180,100,0,1\nB:2\n", 1);
+  init("A:1 2412,20000,0,30 2417,20000,0,31 2422,20000,0,32\nB:2 2462,1,0,20\n", "A:1 5180,100,0,1\nB:2\n", 1);
   stderr_of([] { EXPECT_EQ(radio_region_init(2), 0); });
-  check({{"ht40(0)=0"}});  // the older records past the count are not looked at
-  EXPECT_EQ(stdout_of([] { debug_regionShowFlag(); }), "============================\nregion:2, channelNum:1\n"
-            "chanIndex:1 flag:1 freq:2462M, chan:11\nregion:2, channelNum:0\n");
+  // The older records past the count are not looked at.
+  check({{"ht40(0)=0"}, {"maxPower(0)=20"}, {"chanPower(0,0)=20"}, {"freqIndex(0,2417)=0"}, {"chans(0,1)=1:2462"}});
   stderr_of([] { EXPECT_EQ(radio_region_reinit(1), 0); });
-  check({{"table(0)=1:2412/1/20000/0/10,2417/2/20000/0/11,2422/3/20000/0/12"}});
+  EXPECT_EQ(stdout_of([] { debug_regionShowFlag(); }),
+            "============================\nregion:1, channelNum:3\nchanIndex:1 flag:20000 freq:2412M, chan:1\n"
+            "chanIndex:2 flag:20000 freq:2417M, chan:2\nchanIndex:3 flag:20000 freq:2422M, chan:3\n"
+            "region:1, channelNum:1\nchanIndex:1 flag:100 freq:5180M, chan:36\n");
 }
 
 TEST_F(RadioTest, IndexesNumbersFrequenciesAndPower) {
   // 2422: DFS not enabled, so not usable; 5180: DFS enabled.
-  load("2412,10080,0,20 2417,30080,0,27 2422,1,2,40 2412,1,0,5", "5180,100,1002,30 5200,100,0,10");
+  load("2412,10080,0,20 2417,30080,0,27 2422,1,2,40 2412,1,0,5", "5180,100,1002,30 5200,100,0,10 65535,100,0,25");
   const char *rid2 = "invalid rid:2", *index5 = "invalid chanIndex:5", *flags = "current channelNum = 4";
   check({{"freq(0,2)=2417"}, {"freq(0,4)=2412"}, {"freq(0,0)=0"}, {"num(0,0)=0"}, {"num(0,2)=2"}, {"num(1,2)=40"},
          {"freq(0,5)=0", 837, index5}, {"num(0,5)=0", 907, index5}, {"numIndex(0,1)=1"}, {"numIndex(1,40)=2"},
@@ -409,9 +409,9 @@ TEST_F(RadioTest, IndexesNumbersFrequenciesAndPower) {
          {"freqIndex(2,1)=0", 878, rid2}, {"maxPower(2)=0", 922, rid2}, {"chanPower(2,0)=0", 960, rid2},
          {"check(2,0)=0", 1052, rid2}, {"flag(2,1)=0", 1227, rid2}, {"table(2)=err", 1251, rid2},
          {"ht40(2)=0", 1267, rid2}, {"vht80(2)=0", 1291, rid2}});
-  std::vector<uint16_t> longest(65536, 2400);  // every count a u16 holds, the only known frequency last
-  longest[0] = 65535, longest[65535] = 2417;
-  EXPECT_EQ(radio_region_getMaxPowerByChan(0, 0, longest.data()), 20u);
+  std::vector<uint16_t> longest(65536, 2400);  // every count a u16 holds: the count is no frequency, the last is read
+  longest[0] = 65535, longest[65535] = 5180;
+  EXPECT_EQ(radio_region_getMaxPowerByChan(1, 0, longest.data()), 25u);
 }
 
 TEST_F(RadioTest, PowerRangeAndFlags) {
@@ -445,15 +445,16 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   check({{"valid(2,0x10000,0)=1"}, {"valid(2,0x20000,0)=0"}, {"valid(3,0x20000,0)=1"}, {"valid(4,0x20000,0)=1"},
          {"valid(4,0x10000,0)=0"}, {"valid(5,0x20000,0)=0"}, {"valid(5,0x800100,0)=1"}, {"valid(6,0x800100,0)=1"},
          {"valid(6,0x10000,0)=0"}, {"valid(7,0x10000,0)=1"}, {"valid(8,0x10000,0)=1"}, {"valid(2,0x10000,2)=1"},
-         {"valid(2,0x10000,0x1402)=0"}, {"valid(2)=0"}, {"nonDfs(1,1,2,5180)=1"},
+         {"valid(2,0x10000,0x1402)=0"}, {"valid(2)=0"},
          // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
          {"nonDfs(1,3,2,5260,5300,5180)=1"}, {"nonDfs(1,2,2,5260,5300,5180)=0"}, {"nonDfs(1,1,2,4000)=0"},
+         {"nonDfs(1,1,2,5180)=1"}, {"nonDfs(1,66,2,5180)=1"},
          {"nonDfs(1,67,2)=1", 2159, "invalid suppFrepCnt: 67"}, {"nonDfs(1,0,2)=1", 2159, "invalid suppFrepCnt: 0"},
          {"nonDfs(0,1,2,2412)=0", 2152, bad}, {"nonDfsNull(1,3,2)=0", 2152, bad},
          // An unusable channel is a hole in the list.
          {"chans(0,1)=3:2412,0,2422"}, {"chans(0,0)=3:1,0,3"}, {"chansNull(0)=" + kErr, 1373, "pChanlist is NULL"},
          {"chans(2,1)=err", 1379, "invalid rid:2"}, {"block(0,3,2422,2412,2417)=0:"},
-         {"block(0,2,2417,9999)=2:2412,2422"},
+         {"block(0,1,2417,2412)=2:2412,2422"},
          {"block(0,4,2412)=err", 2198, "invalid suppFrepCnt: 4 maxChanCnt: 3"},
          {"block(0,0,2412)=err", 2198, "invalid suppFrepCnt: 0 maxChanCnt: 3"}, {"block(2,1,2412)=err", 2191, bad},
          {"blockNullSupp(0,1)=" + kErr, 2191, bad}, {"blockNullOut(0,1,2412)=" + kErr, 2191, bad}});
@@ -468,8 +469,8 @@ TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   check({{"dfsUS=0"}});  // reads the table as it stands: not loaded yet
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
   const char *parm = "parm error";
-  check({{"dfsUS=1"}, {"freqIndex(0,2412)=0"}, {"range(0)=4-0"}, {"ht40(0)=0"}, {"is5g=0"}, {"autoWidth(1,4)=5"},
-         {"autoWidth(1,6)=5"}, {"autoWidth(0,8)=3"}, {"autoWidth(1,5)=" + kErr, 2024, parm},
+  check({{"dfsUS=1"}, {"freqIndex(0,2412)=0"}, {"range(0)=4-0"}, {"ht40(0)=0"}, {"is5g=0"}, {"chanPower(0,0)=0"},
+         {"autoWidth(1,4)=5"}, {"autoWidth(1,6)=5"}, {"autoWidth(0,8)=3"}, {"autoWidth(1,5)=" + kErr, 2024, parm},
          {"autoWidth(1,7)=" + kErr, 2024, parm}, {"autoWidth(2,4)=" + kErr, 2024, parm}});
   config(radio_config("", radio(7), radio(5)), true);
   check({{"autoWidth(1,8)=5"}, {"autoWidth(0,4)=0", 2053, "Don't get correct chanwidth!"}});
