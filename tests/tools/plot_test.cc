@@ -1,7 +1,6 @@
 // aputil-info plot: the SVG is XML, renders to a PNG that is not blank,
 // and its structure says what the tables say: one bar per channel, the
 // DFS bars exactly the DFS channels, lint's findings on their channels.
-#include <sys/wait.h>
 #include <zlib.h>
 
 #include <cstdio>
@@ -12,19 +11,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/fw_root.h"
+#include "tools/tool_run.h"
 
 namespace aputil::test {
 namespace {
-
-const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
-const std::string kInfo = kRunner + APUTIL_INFO, kSample = std::string(EXAMPLES_DIR) + "/firmware";
-const std::string kRegdb = " --regdb " + std::string(REGDB_FILE);
-
-int sh(const std::string &cmd) {
-  const int status = std::system(cmd.c_str());
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 bool have(const char *tool) { return sh(std::string("command -v ") + tool + " >/dev/null 2>&1") == 0; }
 
@@ -32,21 +22,11 @@ class Plot : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!have("xmllint") || !have("rsvg-convert")) GTEST_SKIP() << "needs xmllint (libxml2-utils) and rsvg-convert (librsvg2-bin)";
-    reset();
   }
-  // The tree as the sample has it.
-  void reset() { sh("cp -r " + kSample + "/. " + root_.dir()); }
   // Plots into svg_; returns the exit status.
-  int plot(const std::string &args) {
-    svg_ = root_.dir() + "/plot.svg";
-    return sh(kInfo + " --root " + root_.dir() + " plot " + args + " -o " + svg_ + " 2>/dev/null");
-  }
+  int plot(const std::string &args) { return sh(kInfo + " --root " + t_.dir() + " plot " + args + " -o " + svg_ + " 2>/dev/null"); }
   // An XPath over the SVG's elements, by local name; "" when nothing matches.
-  std::string xpath(const std::string &path) {
-    const std::string out = root_.dir() + "/xpath.out";
-    sh("xmllint --xpath '" + path + "' " + svg_ + " >" + out + " 2>/dev/null");
-    return read_file(out);
-  }
+  std::string xpath(const std::string &path) { return run("xmllint --xpath '" + path + "' " + svg_).out; }
   int count(const std::string &path) { return std::atoi(xpath("count(" + path + ")").c_str()); }
   // The data-freq values of the elements a path selects.
   std::set<int> freqs(const std::string &path) {
@@ -57,15 +37,9 @@ class Plot : public ::testing::Test {
       out.insert(std::stoi((*it)[1]));
     return out;
   }
-  void edit(const std::string &file, const std::string &from, const std::string &to) {
-    const std::string path = "/etc/AP100_X_2.0/" + file;
-    std::string text = root_.read(path);
-    ASSERT_NE(text.find(from), std::string::npos);
-    root_.write(path, text.replace(text.find(from), from.size(), to));
-  }
 
-  FirmwareRoot root_;
-  std::string svg_;
+  Tree t_;
+  const std::string svg_ = t_.dir() + "/plot.svg";
 };
 
 const char kBars[] = "//*[local-name()=\"rect\"][contains(concat(\" \",@class,\" \"),\" bar \")][@data-freq]";
@@ -138,7 +112,7 @@ TEST_F(Plot, EveryRegionOfTheSample) {
 TEST_F(Plot, RendersToPng) {
   for (const char *args : {"--region 276", "--all-regions"}) {
     ASSERT_EQ(plot(std::string(args) + kRegdb), 0);
-    const std::string png = root_.dir() + "/plot.png";
+    const std::string png = t_.dir() + "/plot.png";
     ASSERT_EQ(sh("rsvg-convert -o " + png + " " + svg_), 0) << args;
     const Png p = read_png(png);
     EXPECT_EQ(static_cast<int>(p.width), std::atoi(xpath("string(/*/@width)").c_str())) << args;
@@ -169,8 +143,8 @@ TEST_F(Plot, FindingsMarkTheirChannels) {
        "lint: 1 error, 0 warnings"},
   };
   for (const auto &c : cases) {
-    reset();
-    edit(c.file, c.from, c.to);
+    t_.reset();
+    t_.edit(c.file, c.from, c.to);
     ASSERT_EQ(plot(c.args + kRegdb), 0) << c.args;
     if (c.freq) {
       EXPECT_EQ(freqs(with_class("finding")), std::set<int>{c.freq}) << c.args;
@@ -187,8 +161,8 @@ TEST_F(Plot, FindingsMarkTheirChannels) {
 // A channel the loader dropped leaves a gap, even among 2.4 GHz's
 // overlapping bars (each has a core of its own).
 TEST_F(Plot, DroppedChannelsLeaveGaps) {
-  edit("ath/REG_DOMAIN2", "2437,70080,0,30\n", "");
-  edit("ath/REG_DOMAIN5", "JAPAN:392", "NIPPON:9392");
+  t_.edit("ath/REG_DOMAIN2", "2437,70080,0,30\n", "");
+  t_.edit("ath/REG_DOMAIN5", "JAPAN:392", "NIPPON:9392");
   ASSERT_EQ(plot("--region 840"), 0);
   EXPECT_EQ(freqs(std::string(kBars) + "[@data-radio=\"0\"]").count(2437), 0u);
   EXPECT_EQ(count("//*[local-name()=\"rect\"][starts-with(@class,\"core\")]"), 10);
@@ -210,9 +184,9 @@ TEST_F(Plot, AllRegionsOnOnePage) {
 // Values no radio has still give a well-formed picture (and, under the
 // sanitizers, no arithmetic overflow): the absurd channel is left out.
 TEST_F(Plot, ExtremeValuesStillDraw) {
-  edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,2147483647");
-  edit("ath/REG_DOMAIN5", "5200,870100,0,23", "-2147483648,870100,0,23");
-  edit("radio_config.json", "\"EIRP\":true", "\"EIRP\":false");
+  t_.edit("ath/REG_DOMAIN5", "5180,870100,0,23", "5180,870100,0,2147483647");
+  t_.edit("ath/REG_DOMAIN5", "5200,870100,0,23", "-2147483648,870100,0,23");
+  t_.edit("radio_config.json", "\"EIRP\":true", "\"EIRP\":false");
   for (const char *args : {"--all-regions", "--region 840"}) {
     ASSERT_EQ(plot(std::string(args) + kRegdb), 0) << args;
     EXPECT_EQ(sh("xmllint --noout " + svg_), 0) << args;
@@ -224,8 +198,8 @@ TEST_F(Plot, Refusals) {
   EXPECT_EQ(plot("--all-regions --region 276"), 2);
   EXPECT_EQ(plot("--band 6"), 2);
   EXPECT_EQ(plot("--region 12345"), 1);  // no such region in the tables
-  EXPECT_EQ(sh(kInfo + " --root " + root_.dir() + " plot -o /nonexistent/dir/x.svg 2>/dev/null"), 1);
-  EXPECT_EQ(sh(kInfo + " --root " + root_.dir() + " plot --regdb /nonexistent.db >/dev/null 2>&1"), 2);
+  EXPECT_EQ(sh(kInfo + " --root " + t_.dir() + " plot -o /nonexistent/dir/x.svg 2>/dev/null"), 1);
+  EXPECT_EQ(sh(kInfo + " --root " + t_.dir() + " plot --regdb /nonexistent.db >/dev/null 2>&1"), 2);
 }
 
 }  // namespace

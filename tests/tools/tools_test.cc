@@ -1,34 +1,14 @@
 // aputil-info and ble-factory run as processes on the sample trees.
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "aputil_version.h"
 #include "cJSON.h"
-#include "support/fw_root.h"
+#include "tools/tool_run.h"
 
 namespace aputil::test {
 namespace {
 
-struct Outcome {
-  int exit;
-  std::string out, err;
-};
-
-// Outcome a shell command line; stdout and stderr kept apart.
-Outcome run(const std::string &cmd) {
-  FirmwareRoot scratch;
-  const std::string out = scratch.dir() + "/out", err = scratch.dir() + "/err";
-  const int status = std::system((cmd + " >" + out + " 2>" + err).c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(out), read_file(err)};
-}
-
-const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
-const std::string kInfo = kRunner + APUTIL_INFO, kBle = kRunner + BLE_FACTORY, kGood = std::string(EXAMPLES_DIR) + "/firmware",
-                  kBroken = std::string(EXAMPLES_DIR) + "/firmware-broken";
+const std::string kGood = kSample, kBroken = std::string(EXAMPLES_DIR) + "/firmware-broken";
 
 TEST(AputilInfo, ShowsTheSampleModel) {
   const Outcome r = run(kInfo + " --root " + kGood);

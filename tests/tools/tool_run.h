@@ -1,0 +1,65 @@
+// Running the tools as processes on the sample trees, with stdout and
+// stderr kept apart; cross builds run them through the emulator.
+#pragma once
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/fw_root.h"
+
+namespace aputil::test {
+
+const std::string kRunner = std::string(TOOL_RUNNER) + (*TOOL_RUNNER ? " " : "");
+const std::string kInfo = kRunner + APUTIL_INFO, kBle = kRunner + BLE_FACTORY;
+const std::string kSample = std::string(EXAMPLES_DIR) + "/firmware", kModel = "/etc/AP100_X_2.0/";
+const std::string kRegdb = " --regdb " + std::string(REGDB_FILE);
+
+struct Outcome {
+  int exit;
+  std::string out, err;
+};
+
+inline int sh(const std::string &cmd) {
+  const int status = std::system(cmd.c_str());
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+inline Outcome run(const std::string &cmd) {
+  FirmwareRoot scratch;
+  const std::string out = scratch.dir() + "/out", err = scratch.dir() + "/err";
+  const int exit = sh(cmd + " >" + out + " 2>" + err);
+  return {exit, read_file(out), read_file(err)};
+}
+
+inline int count(const std::string &text, const std::string &what) {
+  int n = 0;
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += what.size()) ++n;
+  return n;
+}
+
+// A copy of the sample tree, to break.
+class Tree {
+ public:
+  Tree() { reset(); }
+  void reset() const { sh("cp -r " + kSample + "/. " + root_.dir()); }
+  const std::string &dir() const { return root_.dir(); }
+  // Replaces the first `from` in a model file by `to`.
+  void edit(const std::string &file, const std::string &from, const std::string &to) const {
+    std::string text = root_.read(kModel + file);
+    const size_t at = text.find(from);
+    if (at == std::string::npos) ADD_FAILURE() << file << ": " << from;
+    else root_.write(kModel + file, text.replace(at, from.size(), to));
+  }
+  void write(const std::string &device_path, const std::string &text) const { root_.write(device_path, text); }
+  std::string read(const std::string &file) const { return root_.read(kModel + file); }
+  Outcome info(const std::string &args) const { return run(kInfo + " --root " + dir() + " " + args); }
+
+ private:
+  FirmwareRoot root_;
+};
+
+}  // namespace aputil::test
