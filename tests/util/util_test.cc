@@ -305,11 +305,12 @@ TEST(UtilDns, RepliesAndTheirBounds) {
 TEST(UtilDnsLookup, QueriesAndAcceptedReplies) {
   std::string why;
   if (!enter_private_network(&why)) GTEST_SKIP() << why;
+  const int saved = dup(0);
+  if (saved < 0) { ASSERT_EQ(dup2(2, 0), 0); }  // no stdin: descriptor 0 held while the server opens its socket
   int mode = 0;  // the server's answer: three addresses, RCODE 3, another id, QR clear, full names only, silence
   const uint16_t flags[] = {0x8180, 0x8183, 0x8180, 0x0180, 0x8180};
   S server([&](const Packet &q) { return mode < 5 ? S::reply(q, flags[mode], mode ? std::vector<Packet>{S::a(1, 1, 1, 1, mode != 4)} : std::vector<Packet>{S::a(10, 1, 2, 3), S::a(10, 1, 2, 4), S::a(10, 1, 2, 5)}, -1, mode == 2) : Packet{}; });
   ASSERT_TRUE(server.listening());
-  const int saved = dup(0);
   EXPECT_EQ((close(0), dotted(util_kx_getHostByName("host.lan/index.html", kLoopback, 2))), "10.1.2.3");  // its socket is descriptor 0, a valid one
   dup2(saved, 0);
   uint32_t addrs[2] = {};
