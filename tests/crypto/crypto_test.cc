@@ -1,0 +1,223 @@
+// MD5 and HMAC-MD5, the sealing format (buffers and files), single DES and RSA signature checks with
+// their big numbers: a table per behaviour. libcrypto is the oracle: its digests, DES and big numbers
+// make the expected bytes and the keys.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include <openssl/bn.h>
+#include <openssl/des.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+
+#include "crypto.h"
+#include "support/model_tree.h"
+
+namespace aputil::test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+std::string hex(const uint8_t *b, size_t n) {
+  return n ? hex(b, n - 1) + "0123456789abcdef"[b[n - 1] >> 4] + "0123456789abcdef"[b[n - 1] & 15] : "";
+}
+std::string digest(const EVP_MD *md, const void *p, size_t n) {
+  uint8_t d[64];
+  return EVP_Digest(p, n, d, nullptr, md, nullptr), hex(d, static_cast<size_t>(EVP_MD_get_size(md)));
+}
+const Bytes g_data = [] { Bytes b(300); for (size_t i = 0; i < 300; ++i) b[i] = static_cast<uint8_t>(i * 151); return b; }();
+const uint8_t *in = g_data.data(), kKey[8] = {0x13, 0x34, 0x57, 0x79, 0x9B, 0xBC, 0xDF, 0xF1}, kIv[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+// libcrypto's DES of len bytes in whole blocks (a short one zero-padded when encrypting, read whole but
+// written up to len when decrypting), then 0xEE up to size: ECB, or PCBC from iv.
+Bytes des(const uint8_t *key, const uint8_t *in, int len, int enc, size_t size, const uint8_t *iv = nullptr) {
+  DES_key_schedule ks;
+  DES_cblock k, ivec;
+  Bytes out((static_cast<size_t>(len) + 7) / 8 * 8, 0xEE), padded(in, in + (enc ? len : out.size()));
+  memcpy(k, key, 8), memcpy(ivec, iv ? iv : key, 8), DES_set_key_unchecked(&k, &ks), padded.resize(out.size());
+  if (iv) DES_pcbc_encrypt(padded.data(), out.data(), len, &ks, &ivec, enc);
+  for (size_t i = 0; !iv && i < out.size(); i += 8)
+    DES_ecb_encrypt(reinterpret_cast<DES_cblock *>(&padded[i]), reinterpret_cast<DES_cblock *>(&out[i]), &ks, enc);
+  return out.resize(enc ? out.size() : static_cast<size_t>(len)), out.resize(size, 0xEE), out;
+}
+
+// Every length from 0 to 300 at once and in updates of varying sizes, on a context that held garbage;
+// md5_verify_digest with NULL; HMAC-MD5 with keys around the block size (0 or below: empty, never read);
+// SHA-512 in pieces.
+TEST(CryptoMd5, DigestsAndHmac) {
+  uint8_t d[16], ref[16], empty[16], sha[64];
+  for (uint32_t n = 0; n <= 300; ++n) {
+    kx_MD5_CTX ctx;
+    memset(&ctx, 0xA5, sizeof ctx), kx_MD5_Init(&ctx);
+    for (uint32_t from = 0, to; from < n; from = to)
+      kx_MD5_Update(&ctx, in + from, (to = std::min(n, from + 1 + (n * 7 + from) % 67)) - from);
+    kx_MD5_Update(&ctx, nullptr, 5), kx_MD5_Final(d, &ctx), md5_make_digest(ref, in, n);  // NULL adds nothing
+    for (const uint8_t *x : {d, ctx.digest, ref}) ASSERT_EQ(hex(x, 16), digest(EVP_md5(), in, n)) << n;
+  }
+  for (const uint8_t *expected : {static_cast<uint8_t *>(nullptr), (md5_make_digest(empty, nullptr, 0), empty)})
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_verify_digest(expected, expected ? nullptr : "", 0), 0); }),
+              "invalid input params\r\n");
+  for (int klen : {-3, 0, 1, 16, 63, 64, 65, 200}) {
+    const std::string key(static_cast<size_t>(std::max(klen, 0)), 'k');
+    hmac_md5("payload", 7, klen > 0 ? key.data() : nullptr, klen, d);
+    HMAC(EVP_md5(), key.data(), static_cast<int>(key.size()), reinterpret_cast<const uint8_t *>("payload"), 7, ref, 0);
+    EXPECT_EQ(hex(d, 16), hex(ref, 16)) << klen;
+  }
+  RSA_SHA512_State st;
+  RSA_SHA512_Init(&st), RSA_SHA512_Bytes(&st, "a", 1), RSA_SHA512_Bytes(&st, "x", -1), RSA_SHA512_Bytes(&st, "bc", 2);
+  EXPECT_EQ((RSA_SHA512_Final(&st, sha), hex(sha, 64)), digest(EVP_sha512(), "abc", 3));
+}
+
+// md5_des: rows of (input, length, capacity, direction) with the count, the line printed and the bytes
+// written: the digest (its ECB after it is left to the round trip), the plain data, or none ("ee").
+// The capacity tests are signed 32-bit ones. Then file_md5_des on a firmware tree: rows of (input,
+// output, size written first, direction) with the result, the lines printed and the output's size.
+TEST(CryptoSeal, BuffersAndFiles) {
+  EXPECT_EQ(hex(md5_getImageKey(), 16) + hex(md5_getConfigKey(), 16) + hex(md5_getDesKey(), 8),
+            "3c91e0a47b2d58f61e0c9a3b72d4856f9d14b7e25a0c63f8d1e7402b6fa93c159d14b7e25a0c63f8");
+  uint8_t s16[32], s10[32], out[64];
+  ASSERT_EQ(md5_des(in, 16, s16, 40, md5_getDesKey(), 1) + md5_des(in, 10, s10, 40, md5_getDesKey(), 1), 64);
+  const std::string kSmall = "output buf too small.\r\n", kInvalid = "invalid input params\r\n", kNo = ": No such file or directory\n";
+  const struct { const uint8_t *in; int len; uint32_t cap; int seal, rc; std::string out; } kRows[] = {
+      {in, 16, 39, 1, -1, kSmall}, {in, 16, 40, 1, 32, ""}, {in, 10, 40, 1, 32, ""}, {in, 0, 24, 1, 16, ""},
+      {in, 16, 0x7FFFFFFF, 1, 32, ""}, {in, 16, 0xFFFFFFF0u, 1, -1, kSmall}, {in, -1, 64, 1, -1, kInvalid},
+      {nullptr, 16, 64, 1, -1, kInvalid}, {s16, 32, 23, 0, -1, kSmall}, {s16, 32, 24, 0, 16, ""},
+      {s16, 32, 0xFFFFFFF0u, 0, -1, kSmall}, {s16, 15, 64, 0, -1, kInvalid},
+      {s10, 32, 64, 0, -1, ""}};  // the digest covers 10 bytes, unsealing checks all 16
+  for (const auto &r : kRows) {
+    memset(out, 0xEE, sizeof out);
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(r.in, r.len, out, r.cap, md5_getDesKey(), r.seal), r.rc); }), r.out) << &r - kRows;
+    const std::string want = r.rc < 0 ? r.out.empty() ? "" : "ee" : r.seal ? digest(EVP_md5(), r.in, r.len) : hex(in, 16);
+    EXPECT_EQ(hex(out, want.size() / 2), want) << &r - kRows;
+  }
+  FirmwareRoot root;
+  const struct { std::string in, out; int size, seal, rc; std::string line; size_t written; } kFiles[] = {
+      {"/a", "/a.s", 16360, 1, 0, "", 16376}, {"/a.s", "/a.p", -1, 0, 0, "", 16360}, {"/b", "/b.s", 16382, 1, 0, "", 16400},
+      {"/c", "/c.s", 16383, 1, -1, "file too large!\n ", 0}, {"/d", "/d.s", 10, 1, 0, "", 32},
+      {"/d.s", "/d.p", -1, 0, -1, "invalid len\r\n", 0} /* sealed from 10 */, {"/e", "/e.s", 0, 1, 0, "", 16},
+      {"/e.s", "/e.p", -1, 0, 0, "", 0}, {"/missing", "/x", -1, 1, -1, "open input file" + kNo, 0},
+      {"/e", "/no/x", -1, 1, -1, "open output file" + kNo, 0}};
+  for (const auto &r : kFiles) {
+    if (r.size >= 0) root.write(r.in, std::string(static_cast<size_t>(r.size), 'p'));
+    std::string line, err = stderr_of([&] { line = stdout_of([&] { EXPECT_EQ(file_md5_des(r.in.c_str(), r.out.c_str(), r.seal), r.rc); }); });
+    EXPECT_EQ(line + err, r.line) << r.in;
+    EXPECT_TRUE(root.read(r.out).size() == r.written && (r.seal || r.rc || root.read(r.out) == root.read(r.in.substr(0, 2))));
+  }
+}
+
+// des_min_do (ECB) against libcrypto: rows of (length, capacity, direction) with the count (only whole
+// blocks when decrypting); des_min_do_ex in place (non-negative multiples of 8 only); des_min_do_pcbc
+// both ways, a ciphertext bit changed (it spoils its block and every later one); NULL pointers.
+TEST(CryptoDes, EcbAndPcbc) {
+  const struct { int len; uint32_t cap; int enc, rc; } kRows[] = {{40, 48, 1, 40}, {40, 48, 0, 40}, {1, 8, 1, 0},
+      {1, 9, 1, 8}, {13, 24, 1, 16}, {13, 24, 0, 8}, {0, 8, 1, 0}, {8, 0xFFFFFFF0u, 1, 0}, {8, 0x7FFFFFFF, 1, 8}, {-8, 8, 1, 0}};
+  uint8_t out[48];
+  for (const auto &r : kRows) {
+    EXPECT_EQ(des_min_do(in, r.len, static_cast<uint8_t *>(memset(out, 0xEE, 48)), r.cap, kKey, r.enc), r.rc) << &r - kRows;
+    EXPECT_EQ(Bytes(out, out + 48), des(kKey, in, r.rc ? r.len : 0, r.enc, 48)) << &r - kRows;
+  }
+  for (int len : {40, 16, 12, 9, -8, 0}) {
+    const int done = len % 8 || len < 0 ? 0 : len;
+    Bytes buf(in, in + 48), want = des(kKey, in, done, len == 40, static_cast<size_t>(done));
+    EXPECT_TRUE(des_min_do_ex(buf.data(), len, kKey, len == 40) == done && buf == (want.insert(want.end(), in + done, in + 48), want));
+  }
+  for (int len : {32, 13, 0}) {
+    Bytes c(32, 0xEE), p(32, 0xEE);
+    EXPECT_TRUE(des_min_do_pcbc(in, c.data(), len, kKey, kIv, 1) == 1 && c == des(kKey, in, len, 1, 32, kIv)) << len;
+    c[static_cast<size_t>(len) / 3] ^= 1;
+    EXPECT_TRUE(des_min_do_pcbc(c.data(), p.data(), len, kKey, kIv, 0) == 1 && p == des(kKey, c.data(), len, 0, 32, kIv));
+  }
+  EXPECT_EQ(des_min_do(nullptr, 8, out, 16, kKey, 1) + des_min_do(in, 8, nullptr, 16, kKey, 1) +
+                des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, kKey, 1) +
+                des_min_do_pcbc(nullptr, out, 8, kKey, kIv, 1) + des_min_do_pcbc(in, nullptr, 8, kKey, kIv, 1) +
+                des_min_do_pcbc(in, out, 8, nullptr, kIv, 1) + des_min_do_pcbc(in, out, 8, kKey, nullptr, 1), 0);
+}
+
+// An RSA key of libcrypto's (its modulus doubled when even), its public-key blob, and signatures:
+// PKCS#1 v1.5 for SHA-1("fw") (00 01 FF..., the DigestInfo after its 00, the digest), one byte changed
+// if asked (i from the least significant end), raised to the private exponent.
+struct Key {
+  explicit Key(int bits, bool even = false) : even(even) {
+    EVP_PKEY *pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<size_t>(bits));
+    EVP_PKEY_get_bn_param(pkey, "n", &n), EVP_PKEY_get_bn_param(pkey, "d", &d), EVP_PKEY_free(pkey);
+    k = (BN_lshift(modulus, n, even), BN_num_bytes(modulus));
+    blob = {0x06, 0x02, 0, 0, 0, 0xA4, 0, 0, 'R', 'S', 'A', '1', uint8_t(k * 8), uint8_t(k >> 5), 0, 0, 0x01, 0x00, 0x01, 0x00};
+    blob.resize(20 + static_cast<size_t>(k)), BN_bn2lebinpad(modulus, &blob[20], k);
+  }
+  ~Key() { BN_free(n), BN_free(d), BN_free(modulus); }
+  Bytes sign(int changed = -1) const {
+    const uint8_t kInfo[16] = {0x00, 0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2b, 0x0e, 0x03, 0x02, 0x1a, 0x05, 0x00, 0x04, 0x14};
+    Bytes em(static_cast<size_t>(k), 0xFF), sig(em.size());
+    EVP_Digest("fw", 2, em.data(), nullptr, EVP_sha1(), nullptr), std::reverse(em.begin(), em.begin() + 20);
+    std::reverse_copy(kInfo, kInfo + 16, em.begin() + 20), em[em.size() - 1] = 0, em[em.size() - 2] = 1;
+    if (changed >= 0) em[static_cast<size_t>(changed)] ^= 1;
+    BN_CTX *ctx = BN_CTX_new();
+    BIGNUM *m = BN_lebin2bn(em.data(), k, nullptr), *s = BN_new();
+    if (BN_mod_exp(s, m, d, n, ctx), even && BN_is_odd(s) != BN_is_odd(m)) BN_add(s, s, n);  // the root mod 2n
+    return BN_bn2lebinpad(s, sig.data(), k), BN_free(m), BN_free(s), BN_CTX_free(ctx), sig;
+  }
+  BIGNUM *n = nullptr, *d = nullptr, *modulus = BN_new();
+  int k = 0, even;
+  Bytes blob;
+};
+const Key &key(int i) { static const Key keys[] = {Key(1024), Key(1024), Key(1024, true)}; return keys[i]; }
+
+// rsaVerifySign: rows of (signing key, blob, message byte changed (-j: k - j), signature or data form)
+// with the answer, in order: the key verified just before never decides the next answer. Then the blob
+// in base64 (rows of text and length): a leading "+ " is skipped and the length counts from after it.
+TEST(CryptoRsa, Verify) {
+  enum Form { kLe, kBe, kFlipped, kNull, kOtherData, kNullData, k256 = 256, kTooLong };
+  enum { kAsIs = -1000, kBadMagic = 3, kZeroModulus, kNullBlob };
+  const struct { int key, blob, changed; Form form; int rc; } kRows[] = {{0, 0, kAsIs, kLe, 1}, {0, 0, kAsIs, kOtherData, 0},
+      {0, 0, kAsIs, kFlipped, 0}, {0, 0, kAsIs, kBe, 0}, {0, 0, -1, kLe, 0}, {0, 0, -2, kLe, 0}, {0, 0, -3, kLe, 0},
+      {0, 0, 36, kLe, 0}, {0, 0, 35, kLe, 0}, {0, 0, 20, kLe, 0}, {0, 0, 19, kLe, 0}, {0, 0, 0, kLe, 0}, {0, 1, kAsIs, kLe, 0},
+      {1, 1, kAsIs, kLe, 1}, {1, 0, kAsIs, kLe, 0}, {0, 0, kAsIs, kLe, 1}, {0, 0, kAsIs, k256, 1}, {0, 0, kAsIs, kTooLong, 0},
+      {2, 2, kAsIs, kLe, 1} /* even: no Montgomery */, {2, 2, 19, kLe, 0}, {0, kBadMagic, kAsIs, kLe, 0},
+      {0, kZeroModulus, kAsIs, kLe, 0}, {0, kNullBlob, kAsIs, kLe, 0}, {0, 0, kAsIs, kNullData, 0}, {0, 0, kAsIs, kNull, 0}};
+  for (const auto &r : kRows) {
+    Bytes blob = key(r.blob % 3).blob, sig = key(r.key).sign(r.changed < 0 ? key(r.key).k + r.changed : r.changed);
+    r.form == kBe ? std::reverse(sig.begin(), sig.end()) : r.form == kFlipped ? void(sig[5] ^= 1) : sig.resize(std::max<size_t>(r.form, sig.size()));
+    if (r.blob == kBadMagic || r.blob == kZeroModulus) std::fill(blob.begin() + (r.blob == kBadMagic ? 11 : 20), blob.end(), 0);
+    const char *data = r.form == kNullData ? nullptr : r.form == kOtherData ? "fw!" : "fw";
+    EXPECT_EQ(rsaVerifySign(r.blob == kNullBlob ? nullptr : blob.data(), 0, reinterpret_cast<const uint8_t *>(data),
+                            data ? strlen(data) : 0, r.form == kNull ? nullptr : sig.data(), sig.size()), r.rc) << &r - kRows;
+  }
+  const Bytes sig = key(0).sign();
+  char text[400];
+  std::string high(text, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(text), key(0).blob.data(), static_cast<int>(key(0).blob.size())));
+  const struct { std::string text; size_t len; int rc; } kBase64[] = {{text, high.size(), 1}, {"+ " + high, high.size(), 1},
+      {(high[10] = '\xC3', high), high.size(), 0}, {std::string(257, 'A'), 257, 0}, {"", 0, 0}, {"+ ", 2, 0}, {"QUJD", 3, 0}};
+  for (const auto &r : kBase64)
+    EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(r.text.c_str(), r.len, reinterpret_cast<const uint8_t *>("fw"), 2,
+                                                       sig.data(), sig.size()), r.rc) << r.text;
+}
+
+// Big numbers as "limbs:the limbs in hex, most significant first/bits" (or "null"), each released: a
+// zero still owns its one limb. Then comparisons and bytes (0 beyond the count).
+std::string num(RSA_Bignum b) {
+  std::string s = b ? std::to_string(b[0]) + ":" : "null";
+  for (int i = b ? b[0] : 0; i >= 1; --i) s += hex(Bytes{static_cast<uint8_t>(b[i] >> 8), static_cast<uint8_t>(b[i])}.data(), 2);
+  return (b ? s += "/" + std::to_string(RSA_bignum_bitcount(b)) : s), RSA_freebn(b), s;
+}
+TEST(CryptoRsa, BigNumbers) {
+  const uint8_t be[] = {0, 0, 1, 2, 3}, kBig[] = {0xe8, 0xd5, 0x00, 0x9d, 0x90};  // 1000003^2 + 7
+  auto *n = RSA_bignum_from_int;
+  RSA_Bignum seven = n(7), three = n(3), six = n(6), one = n(1), mod = n(1000003), zero = n(0), cut = n(0x10001),
+             big = RSA_bignum_from_bytes(kBig, 5), wide = RSA_newbn(65535);
+#define BN(...) {[&] { return __VA_ARGS__; }
+  const std::string z = "1:0000/0";  // zero
+  const std::pair<std::function<RSA_Bignum()>, std::string> kRows[] = {BN(RSA_bignum_from_bytes(be, 5)), "2:00010203/17"},
+      BN(RSA_bignum_from_bytes(be, 2)), z}, BN(RSA_bignum_from_bytes(be, 0)), z}, BN(RSA_bignum_from_bytes(be, -5)), z},
+      BN(RSA_bignum_from_bytes(nullptr, 4)), z}, BN(n(0)), z}, BN(n(0xFFFF)), "1:ffff/16"}, BN(n(0x12345)), "2:00012345/17"},
+      BN(RSA_newbn(0)), "0:/0"}, BN(RSA_modpow(seven, three, mod)), "1:0157/9"}, BN(RSA_modpow(six, three, three)), z},
+      BN(RSA_modpow(seven, three, zero)), "null"}, BN(RSA_modinv(three, mod)), "2:000a2c2d/20"},
+      BN(RSA_modinv(six, three)), "null"}, BN(RSA_modmul(six, seven, mod)), "1:002a/6"}, BN(RSA_modmul(six, one, three)), z},
+      BN(RSA_bigmuladd(mod, mod, seven)), "3:00e8d5009d90/40"}, BN(RSA_bigmuladd(zero, one, zero)), z},
+      BN(RSA_bigmod(big, mod)), "1:0007/3"}, BN(RSA_bigmod(six, three)), z}, BN(RSA_bigmod(seven, zero)), "null"}};
+  for (const auto &[make, want] : kRows) EXPECT_EQ(num(make()), want) << &make - &kRows[0].first;
+  for (const auto &[a, b, cmp] : {std::tuple{seven, mod, -1}, {mod, seven, 1}, {big, mod, 1}, {mod, big, -1},
+                                  {seven, seven, 0}, {zero, wide, 0}, {wide, zero, 0}, {three, cut, -1}})
+    EXPECT_EQ(RSA_bignum_cmp(a, b), cmp) << a[0] << "," << b[0];
+  for (const auto &[b, i, want] : {std::tuple{big, 0, 0x90}, {big, 1, 0x9d}, {big, 4, 0xe8}, {big, 5, 0}, {big, -1, 0},
+                                   {(cut[0] = 1, cut), 0, 1} /* 0x10001 cut to a limb in place */, {cut, 2, 0}})
+    EXPECT_EQ(RSA_bignum_byte(b, i), want) << i;
+  for (RSA_Bignum b : {seven, three, six, one, mod, zero, big, wide, cut}) RSA_freebn(b);
+}
+
+}  // namespace
+}  // namespace aputil::test
