@@ -1,8 +1,9 @@
 // The regulatory check's two rules of reading: which 40/80 MHz blocks a
 // channel's flags claim, and what a country's rules say about a span.
+#include "aputil-info/regcheck.h"
+
 #include <gtest/gtest.h>
 
-#include "aputil-info/regcheck.h"
 #include "radio_region.h"
 
 namespace aputil::info {
@@ -41,13 +42,13 @@ TEST(RegCheck, MatchRules) {
   auto rule = [&](uint32_t lo, uint32_t hi, uint32_t bw, int dbm, uint8_t flags) {
     c.rules.push_back({lo * 1000, hi * 1000, bw * 1000, dbm * 100, flags, 0});
   };
-  rule(2402, 2482, 40, 20, 0);                            // 0
-  rule(2474, 2494, 20, 20, kRuleNoOfdm);                  // 1
-  rule(5150, 5250, 40, 23, kRuleAutoBw);                  // 2: widened by its neighbour to 200
-  rule(5250, 5350, 80, 20, kRuleDfs | kRuleAutoBw);       // 3
-  rule(5470, 5600, 80, 27, kRuleDfs);                     // 4
-  rule(5650, 5730, 20, 27, 0);                            // 5
-  rule(5850, 5895, 40, 27, kRuleNoIr | kRuleAutoBw);      // 6
+  rule(2402, 2482, 40, 20, 0);                        // 0
+  rule(2474, 2494, 20, 20, kRuleNoOfdm);              // 1
+  rule(5150, 5250, 40, 23, kRuleAutoBw);              // 2: widened by its neighbour to 200
+  rule(5250, 5350, 80, 20, kRuleDfs | kRuleAutoBw);   // 3
+  rule(5470, 5600, 80, 27, kRuleDfs);                 // 4
+  rule(5650, 5730, 20, 27, 0);                        // 5
+  rule(5850, 5895, 40, 27, kRuleNoIr | kRuleAutoBw);  // 6
   const struct {
     int lo, hi;
     bool ok;

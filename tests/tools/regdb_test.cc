@@ -2,11 +2,11 @@
 // here field by field, and that image damaged in each way the format forbids.
 #include "aputil-info/regdb.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 namespace aputil::info {
 namespace {
@@ -29,12 +29,12 @@ struct Bytes {
 std::vector<uint8_t> small_db() {
   Bytes b;
   b.u32(0x52474442).u32(20);
-  b.code("00").u16(0x18 >> 2).code("DE").u16(0x1c >> 2).code("US").u16(0x24 >> 2).u32(0);  // 0x08
-  b.u8(3).u8(0).u8(0).u8(0);                                                                // 0x18
-  b.u8(3).u8(2).u8(2).u8(0).u16(0x30 >> 2).u16(0x40 >> 2);                                  // 0x1c
-  b.u8(5).u8(2).u8(1).u8(0xee).u8(0xee).u8(0).u16(0x40 >> 2).u16(0x54 >> 2).u16(0);         // 0x24
-  b.u8(16).u8(0).u16(2000).u32(2400000).u32(2483500).u32(40000);                            // 0x30
-  b.u8(18).u8(kRuleDfs | kRuleAutoBw).u16(2300).u32(5250000).u32(5350000).u32(80000).u16(60000).u16(0);  // 0x40
+  b.code("00").u16(0x18 >> 2).code("DE").u16(0x1c >> 2).code("US").u16(0x24 >> 2).u32(0);                     // 0x08
+  b.u8(3).u8(0).u8(0).u8(0);                                                                                  // 0x18
+  b.u8(3).u8(2).u8(2).u8(0).u16(0x30 >> 2).u16(0x40 >> 2);                                                    // 0x1c
+  b.u8(5).u8(2).u8(1).u8(0xee).u8(0xee).u8(0).u16(0x40 >> 2).u16(0x54 >> 2).u16(0);                           // 0x24
+  b.u8(16).u8(0).u16(2000).u32(2400000).u32(2483500).u32(40000);                                              // 0x30
+  b.u8(18).u8(kRuleDfs | kRuleAutoBw).u16(2300).u32(5250000).u32(5350000).u32(80000).u16(60000).u16(0);       // 0x40
   b.u8(17).u8(kRuleNoOutdoor | kRuleNoIr).u16(1200).u32(5925000).u32(7125000).u32(320000).u8(0xab).u8(0xcd);  // 0x54
   return b.v;
 }
@@ -62,11 +62,9 @@ TEST(RegDb, TheRealDatabase) {
   const struct {
     const char *cc, *region, *rule;
   } cases[] = {
-      {"US", "US 1 ", "| 5250000-5350000 80000 2400 0x14 0"},
-      {"DE", "DE 2 ", "| 2400000-2483500 40000 2000 0x0 0"},
+      {"US", "US 1 ", "| 5250000-5350000 80000 2400 0x14 0"}, {"DE", "DE 2 ", "| 2400000-2483500 40000 2000 0x0 0"},
       {"DE", "DE 2 ", "| 5470000-5725000 160000 2698 0x4 0"},  // 20 bytes long
-      {"JP", "JP 3 ", "| 2474000-2494000 20000 2000 0x1 0"},
-      {"00", "00 0 ", "| 5250000-5330000 80000 2000 0x1c 0"},
+      {"JP", "JP 3 ", "| 2474000-2494000 20000 2000 0x1 0"},  {"00", "00 0 ", "| 5250000-5330000 80000 2000 0x1c 0"},
   };
   for (const auto &c : cases) {
     const std::string line = text(db.find(c.cc));
@@ -81,8 +79,7 @@ TEST(RegDb, SmallImageRoundTrips) {
   RegDb db;
   std::string error;
   ASSERT_TRUE(parse_regdb(image.data(), image.size(), &db, &error)) << error;
-  const char *const want[] = {"00 0",
-                              "DE 2 | 2400000-2483500 40000 2000 0x0 0 | 5250000-5350000 80000 2300 0x14 60000",
+  const char *const want[] = {"00 0", "DE 2 | 2400000-2483500 40000 2000 0x0 0 | 5250000-5350000 80000 2300 0x14 60000",
                               "US 1 | 5250000-5350000 80000 2300 0x14 60000 | 5925000-7125000 320000 1200 0xa 0"};
   ASSERT_EQ(db.countries.size(), 3u);
   for (size_t i = 0; i < 3; ++i) {
@@ -139,8 +136,11 @@ TEST(RegDb, LoadNamesThePath) {
 }
 
 TEST(RegDb, FlagNames) {
-  const std::pair<uint8_t, const char *> cases[] = {
-      {0, ""}, {0x14, "DFS AUTO-BW"}, {0x1f, "NO-OFDM NO-OUTDOOR DFS NO-IR AUTO-BW"}, {0x48, "NO-IR 0x40"}, {0xe0, "0xe0"}};
+  const std::pair<uint8_t, const char *> cases[] = {{0, ""},
+                                                    {0x14, "DFS AUTO-BW"},
+                                                    {0x1f, "NO-OFDM NO-OUTDOOR DFS NO-IR AUTO-BW"},
+                                                    {0x48, "NO-IR 0x40"},
+                                                    {0xe0, "0xe0"}};
   for (const auto &[flags, names] : cases) EXPECT_EQ(rule_flag_names(flags), names);
 }
 

@@ -2,12 +2,11 @@
 // stderr kept apart; cross builds run them through the emulator.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "support/fw_root.h"
 
@@ -51,8 +50,10 @@ class Tree {
   void edit(const std::string &file, const std::string &from, const std::string &to) const {
     std::string text = root_.read(kModel + file);
     const size_t at = text.find(from);
-    if (at == std::string::npos) ADD_FAILURE() << file << ": " << from;
-    else root_.write(kModel + file, text.replace(at, from.size(), to));
+    if (at == std::string::npos)
+      ADD_FAILURE() << file << ": " << from;
+    else
+      root_.write(kModel + file, text.replace(at, from.size(), to));
   }
   void write(const std::string &device_path, const std::string &text) const { root_.write(device_path, text); }
   std::string read(const std::string &file) const { return root_.read(kModel + file); }

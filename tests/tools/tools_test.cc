@@ -13,9 +13,10 @@ const std::string kGood = kSample, kBroken = std::string(EXAMPLES_DIR) + "/firmw
 TEST(AputilInfo, ShowsTheSampleModel) {
   const Outcome r = run(kInfo + " --root " + kGood);
   EXPECT_EQ(r.exit, 0) << r.err;
-  for (const char *line : {"modelDirectory: /etc/AP100_X_2.0/", "specRegionCode: 840",
-                           "- index=1 channel=1 freq=2412 maxPower=30 flags=HT20 HT40",
-                           "flags=HT20 HT40 VHT80 5G DFS WRADAR DFS-class1", "regDomain5: /etc/AP100_X_2.0/ath/REG_DOMAIN5"})
+  for (const char *line :
+       {"modelDirectory: /etc/AP100_X_2.0/", "specRegionCode: 840",
+        "- index=1 channel=1 freq=2412 maxPower=30 flags=HT20 HT40", "flags=HT20 HT40 VHT80 5G DFS WRADAR DFS-class1",
+        "regDomain5: /etc/AP100_X_2.0/ath/REG_DOMAIN5"})
     EXPECT_NE(r.out.find(line), std::string::npos) << line;
   EXPECT_EQ(r.out.find("==============radio config"), std::string::npos);  // the library's dump stays out
 }
@@ -45,7 +46,8 @@ TEST(AputilInfo, LintRejectsTheBrokenModel) {
                            "lint: 4 errors, 0 warnings\n"})
     EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
   EXPECT_NE(r.err.find("<error>l_radio_config_init(): 464  @ condition("), std::string::npos);
-  EXPECT_NE(r.out.find("REG_DOMAIN2:4: error: region 276: \"2422,30080,0\" does not scan as four fields"), std::string::npos);
+  EXPECT_NE(r.out.find("REG_DOMAIN2:4: error: region 276: \"2422,30080,0\" does not scan as four fields"),
+            std::string::npos);
   EXPECT_EQ(run(kInfo + " --root " + kBroken).exit, 1);
 }
 
@@ -114,8 +116,8 @@ TEST(BleFactory, EveryCommandAgainstTheSimulatedCoprocessor) {
   FirmwareRoot root;
   root.write("/proc/morvik_gpio/.keep", "");
   const Outcome r = run(kBle + " --simulate --root " + root.dir() +
-                    " --channel 19 --power -20 --phy 24 mac tx-test rx-test end-test ext-tx-test ext-rx-test "
-                    "ext-end-test connect 11:22:33:44:55:66 rssi adv on adv off coex high coex low");
+                        " --channel 19 --power -20 --phy 24 mac tx-test rx-test end-test ext-tx-test ext-rx-test "
+                        "ext-end-test connect 11:22:33:44:55:66 rssi adv on adv off coex high coex low");
   EXPECT_EQ(r.exit, 0) << r.out;
   for (const char *line : {"mac: 11:22:33:44:55:66\n", "tx-test: ok\n", "end-test: 1024 packets received\n",
                            "connect 11:22:33:44:55:66: ok\n", "rssi: -42 dBm\n", "coex high: ok\n", "coex low: ok\n",
