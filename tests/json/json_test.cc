@@ -1,4 +1,5 @@
 // The JSON interface, one table of cases per behaviour: a new case is a row.
+#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <cfloat>
@@ -14,8 +15,6 @@
 #include <string>
 #include <tuple>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "cJSON.h"
 #include "support/alloc_hooks.h"
@@ -81,26 +80,42 @@ void parse_texts() {
   const struct {
     std::string in, out;  // out: describe() of the tree, "<none>" when refused
     long error_at = -1;   // where cJSON_GetErrorPtr() points then; -1: NULL
-  } rows[] = {
-      {R"( {"a": [1, "two", true, false, null], "b": {}} )", R"({"a":[1,"two",true,false,null],"b":{}})"},
-      {"", "<none>", 0}, {"   ", "<none>", 3}, {"{", "<none>", 1}, {"[1,]", "<none>", 3}, {"[1]", "[1]"},
-      {R"({"a" 1})", "<none>", 5}, {"tru", "<none>", 3}, {"\"open", "<none>", 5}, {"[1 2]", "<none>", 3},
-      // Text after a complete value is ignored: a loader's buffer may hold an older file's tail.
-      {"{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}", R"({"lanport":{"dlPortNum":1}})"},
-      {"[1][2]", "[1]"}, {R"(["\ud800"])", "<none>", 2}, {R"({"tab\there":null})", R"({"tab\there":null})"},
-      {R"(["\"\\\/\b\f\n\r\t\u0001\u001f\u007f", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])",
-       "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\","
-       "\"\xc3\xa9\xe2\x82\xac\",\"\xf0\x9f\x98\x80\",\"caf\xc3\xa9\"]"},
-      {R"(["a\u0000b"])", R"(["a"])"},  // an embedded NUL ends the C string
-      // Numbers too large for a double are refused; too small ones become 0.
-      {"[1e400]", "<none>", 1}, {"[1.8e308]", "<none>", 1}, {"[1e-400, 0e150, -0.0e-999, 5E+2]", "[0,0,0,500]"},
-      // Found by fuzzing: "%e" keeps six digits, so the text settles after one round.
-      {"[11110643096.1506972]", "[1.111064e+10]"}, {"[1.111064e+10]", "[11110640000]"},
-      {deep_in, deep_out}, {"[{\"a\":" + deep_in + "}]", "<none>", 3000}, {std::string(200000, '['), "<none>", 1000},
-      // valueint: valuedouble truncated toward zero and saturated; 1 for a parsed true.
-      {"2.9", "2.900000#2"}, {"-2.9", "-2.900000#-2"}, {"true", "true#1"}, {"false", "false#0"},
-      {"-2147483649", "-2147483649#-2147483648"}, {"18446744073709551615", "18446744073709551616#2147483647"},
-  };
+  } rows[] = {{R"( {"a": [1, "two", true, false, null], "b": {}} )", R"({"a":[1,"two",true,false,null],"b":{}})"},
+              {"", "<none>", 0},
+              {"   ", "<none>", 3},
+              {"{", "<none>", 1},
+              {"[1,]", "<none>", 3},
+              {"[1]", "[1]"},
+              {R"({"a" 1})", "<none>", 5},
+              {"tru", "<none>", 3},
+              {"\"open", "<none>", 5},
+              {"[1 2]", "<none>", 3},
+              // Text after a complete value is ignored: a loader's buffer may hold an older file's tail.
+              {"{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}", R"({"lanport":{"dlPortNum":1}})"},
+              {"[1][2]", "[1]"},
+              {R"(["\ud800"])", "<none>", 2},
+              {R"({"tab\there":null})", R"({"tab\there":null})"},
+              {R"(["\"\\\/\b\f\n\r\t\u0001\u001f\u007f", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])",
+               "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\","
+               "\"\xc3\xa9\xe2\x82\xac\",\"\xf0\x9f\x98\x80\",\"caf\xc3\xa9\"]"},
+              {R"(["a\u0000b"])", R"(["a"])"},  // an embedded NUL ends the C string
+              // Numbers too large for a double are refused; too small ones become 0.
+              {"[1e400]", "<none>", 1},
+              {"[1.8e308]", "<none>", 1},
+              {"[1e-400, 0e150, -0.0e-999, 5E+2]", "[0,0,0,500]"},
+              // Found by fuzzing: "%e" keeps six digits, so the text settles after one round.
+              {"[11110643096.1506972]", "[1.111064e+10]"},
+              {"[1.111064e+10]", "[11110640000]"},
+              {deep_in, deep_out},
+              {"[{\"a\":" + deep_in + "}]", "<none>", 3000},
+              {std::string(200000, '['), "<none>", 1000},
+              // valueint: valuedouble truncated toward zero and saturated; 1 for a parsed true.
+              {"2.9", "2.900000#2"},
+              {"-2.9", "-2.900000#-2"},
+              {"true", "true#1"},
+              {"false", "false#0"},
+              {"-2147483649", "-2147483649#-2147483648"},
+              {"18446744073709551615", "18446744073709551616#2147483647"}};
   for (const auto &r : rows) {
     cJSON *t = cJSON_Parse(r.in.c_str()), *copy = cJSON_Duplicate(t, 1);
     EXPECT_EQ(cJSON_GetErrorPtr() ? cJSON_GetErrorPtr() - r.in.c_str() : -1, r.error_at) << r.in.substr(0, 80);
@@ -115,10 +130,11 @@ TEST(JsonParse, Texts) { on_small_stack(parse_texts); }
 // Every number is what strtod reads, to the bit, whether it takes the
 // short exact path or not.
 TEST(JsonParse, NumbersAsStrtodReadsThem) {
-  std::vector<std::string> texts = {"-0", "0e150", "1e22", "1e23", "123456789012345", "1234567890123456", "0.3",
-                                    "1e300", "9007199254740993", "1.7976931348623157e308", "4.9e-324", "5e-324",
-                                    "2.2250738585072014e-308", "123456789012345e-22", "123456789012345e-23",
-                                    "0.000000000000000000001", "1E+2", "1e-0", "0." + std::string(620, '0') + "1e0"};
+  std::vector<std::string> texts({"-0", "0e150", "1e22", "1e23", "123456789012345", "1234567890123456", "0.3", "1e300",
+                                  "9007199254740993", "1.7976931348623157e308", "4.9e-324", "5e-324",
+                                  "2.2250738585072014e-308", "123456789012345e-22", "123456789012345e-23",
+                                  "0.000000000000000000001", "1E+2", "1e-0"});
+  texts.push_back("0." + std::string(620, '0') + "1e0");
   std::mt19937_64 rng(11);
   for (int i = 0; i < 20000; ++i) {  // up to 17 digits, a dot anywhere, an exponent or not
     std::string t = std::to_string(rng() % 100000000000000000ull);
@@ -140,13 +156,13 @@ TEST(JsonParse, NumbersAsStrtodReadsThem) {
 // parses prints formatted to text that parses back to the same; every
 // block is released.
 TEST(JsonParse, ConformanceCorpus) {
-  const std::set<std::string> trailing = {
-      "array_comma_after_close", "array_extra_close", "multidigit_number_then_00", "object_trailing_comment",
-      "object_trailing_comment_open", "object_trailing_comment_slash_open", "object_with_trailing_garbage",
-      "object_trailing_comment_slash_open_incomplete", "string_with_trailing_garbage", "structure_trailing_#",
-      "structure_array_trailing_garbage", "structure_array_with_extra_array_close", "structure_double_array",
-      "structure_close_unopened_array", "structure_number_with_trailing_garbage",
-      "structure_object_followed_by_closing_object", "structure_object_with_trailing_garbage"};
+  const std::set<std::string> trailing(
+      {"array_comma_after_close", "array_extra_close", "multidigit_number_then_00", "object_trailing_comment",
+       "object_trailing_comment_open", "object_trailing_comment_slash_open", "object_with_trailing_garbage",
+       "object_trailing_comment_slash_open_incomplete", "string_with_trailing_garbage", "structure_trailing_#",
+       "structure_array_trailing_garbage", "structure_array_with_extra_array_close", "structure_double_array",
+       "structure_close_unopened_array", "structure_number_with_trailing_garbage",
+       "structure_object_followed_by_closing_object", "structure_object_with_trailing_garbage"});
   const std::string dir = std::string(getenv("APUTIL_TEST_DATA") ?: "tests/data") + "/json-conformance/";
   size_t trailing_seen = 0;
   ScopedHooks hooks;
@@ -171,11 +187,16 @@ TEST(JsonParse, ConformanceCorpus) {
 // or above 1e9 in magnitude, else "%f". Whole numbers from 2^63 and tiny
 // fractions take snprintf, the rest is written directly.
 TEST(JsonPrint, Numbers) {
-  const std::pair<double, const char *> rows[] = {
-      {-0.0, "0"}, {-2147483648.0, "-2147483648"}, {1.0 + DBL_EPSILON, "1"}, {-1.9999999999999998, "-2"},
-      {2147483648.0, "2147483648"}, {1000000000.5, "1.000000e+09"}, {-2.5e-9, "-2.500000e-09"}, {1e-6, "0.000001"},
-      {0.9999995, "1.000000"}, {-INFINITY, "-inf"},
-  };
+  const std::pair<double, const char *> rows[] = {{-0.0, "0"},
+                                                  {-2147483648.0, "-2147483648"},
+                                                  {1.0 + DBL_EPSILON, "1"},
+                                                  {-1.9999999999999998, "-2"},
+                                                  {2147483648.0, "2147483648"},
+                                                  {1000000000.5, "1.000000e+09"},
+                                                  {-2.5e-9, "-2.500000e-09"},
+                                                  {1e-6, "0.000001"},
+                                                  {0.9999995, "1.000000"},
+                                                  {-INFINITY, "-inf"}};
   for (const auto &[d, out] : rows) {
     cJSON *n = cJSON_CreateNumber(d);
     EXPECT_EQ(text(n), out) << d;
@@ -185,21 +206,22 @@ TEST(JsonPrint, Numbers) {
   // even): random magnitudes, ties at the sixth decimal, carries into a new
   // digit, the "%e" boundary, whole numbers to 2^64 and beyond.
   std::mt19937_64 rng(5);
-  std::vector<double> v = {std::nan(""), 0.99999949999999, 999999999.9999995, 9999999499.5, 9999999500.5, 1e300,
-                           99999995e8 + 0.5, 1e-6 + 1e-22, 1e9 - 0.5, 123456.0000005, 4503599627370495.5, 1.5e-6,
-                           2.5e-7, 3.14159, 9.2e18, 1e19, 9.2e18 - 2048, 9007199254740993.0, 0x1p62, 0x1p63};
+  std::vector<double> v({0.99999949999999, 999999999.9999995, 9999999499.5, 9999999500.5, 1e300, 99999995e8 + 0.5,
+                         1e-6 + 1e-22, 1e9 - 0.5, 123456.0000005, 4503599627370495.5, 1.5e-6, 2.5e-7, 3.14159, 9.2e18,
+                         1e19, 9.2e18 - 2048, 9007199254740993.0, 0x1p62, 0x1p63});
+  v.push_back(std::nan(""));
   for (int i = 0; i < 200000; ++i) {
     const double sign = rng() & 1 ? -1 : 1;
     v.push_back(sign * (i % 2 ? std::pow(10.0, std::uniform_real_distribution<double>(-8, 16)(rng))
                               : std::ldexp(static_cast<double>(rng() >> 11), static_cast<int>(rng() % 90) - 80)));
   }
   for (int j = -3999; j < 4000; j += 2) v.push_back(j / 128.0);  // ties at the sixth decimal
-  for (int j = 1; j < 400; j += 2) v.push_back(1e9 + j / 2.0);    // just past the "%e" boundary
+  for (int j = 1; j < 400; j += 2) v.push_back(1e9 + j / 2.0);   // just past the "%e" boundary
   for (double x : v) {
     char want[400];
     const double a = std::fabs(x);
-    std::snprintf(want, sizeof want,
-                  std::fabs(std::floor(x) - x) <= DBL_EPSILON ? "%.0f" : a < 1.0e-6 || a > 1.0e9 ? "%e" : "%f", x);
+    const char *format = a < 1.0e-6 || a > 1.0e9 ? "%e" : "%f";
+    std::snprintf(want, sizeof want, std::fabs(std::floor(x) - x) <= DBL_EPSILON ? "%.0f" : format, x);
     cJSON *n = cJSON_CreateNumber(x);
     ASSERT_EQ(text(n), n->valueint == x ? std::to_string(n->valueint) : want) << std::hexfloat << x;
     cJSON_Delete(n);
@@ -215,11 +237,15 @@ TEST(JsonPrint, Numbers) {
 // of its own. Printing, below or past its 4 KiB first buffer, takes one
 // block, the text, and gives NULL with nothing left behind when refused.
 TEST(JsonPrint, LayoutAndBlocks) {
-  std::vector<std::tuple<std::string, std::string, long>> rows = {  // text, formatted ("": the same), blocks
+  std::vector<std::tuple<std::string, std::string, long>> rows = {
+      // text, formatted ("": the same), blocks
       {R"({"a":1,"b":[1,2,{"c":null}],"d":{},"e":{"f":"x","g":{}},"h":[],"i":[true,false]})",
        "{\n\t\"a\":\t1,\n\t\"b\":\t[1, 2, {\n\t\t\t\"c\":\tnull\n\t\t}],\n\t\"d\":\t{\n},\n\t\"e\":\t{\n"
-       "\t\t\"f\":\t\"x\",\n\t\t\"g\":\t{\n\t}\n\t},\n\t\"h\":\t[],\n\t\"i\":\t[true, false]\n}", 25},
-      {R"([{"a":1}])", "[{\n\t\t\"a\":\t1\n\t}]", 4}, {"[{}]", "[{\n}]", 2}, {"[[{}]]", "[[{\n\t}]]", 3},
+       "\t\t\"f\":\t\"x\",\n\t\t\"g\":\t{\n\t}\n\t},\n\t\"h\":\t[],\n\t\"i\":\t[true, false]\n}",
+       25},
+      {R"([{"a":1}])", "[{\n\t\t\"a\":\t1\n\t}]", 4},
+      {"[{}]", "[{\n}]", 2},
+      {"[[{}]]", "[[{\n\t}]]", 3},
       {R"([[{"a":[{"b":2}]}],{}])", "[[{\n\t\t\t\"a\":\t[{\n\t\t\t\t\t\"b\":\t2\n\t\t\t\t}]\n\t\t}], {\n}]", 9},
       {R"({"a":[1,"two",{}],"b":null})", "{\n\t\"a\":\t[1, \"two\", {\n\t}],\n\t\"b\":\tnull\n}", 9}};
   for (size_t n : {4060, 4066, 4067, 4068, 4075, 4090, 4091, 4092, 4093, 4094, 300000})
@@ -289,61 +315,72 @@ TEST(JsonTree, Calls) {
     const char *result, *after;  // after: the tree's text after the call
   } rows[] = {
       {kArray, OP(at(t, 0), at(t, 4), at(t, 5), at(t, -1), at(t, INT_MIN)), "0#0 4#4 <none> 0#0 0#0", kArray},
-      {kNames, OP(get(t, "LanPort"), get(t, "lanpor"), get(t, "caf\xc3\xa9"), get(t, "Caf\xc3\x89"), get(t, "z"),
-                  get(t, "A"), get(t, nullptr)),
+      {kNames,
+       OP(get(t, "LanPort"), get(t, "lanpor"), get(t, "caf\xc3\xa9"), get(t, "Caf\xc3\x89"), get(t, "z"), get(t, "A"),
+          get(t, nullptr)),
        "LANPORT:1#1 <none> <none> Caf\xc3\x89:3#3 Z:5#5 a:6#6 <none>", kNames},
       {kArray, OP(detach(t, 4), detach(t, 2), detach(t, INT_MIN), detach(t, 5), erase(t, 1), erase(t, -2)),
        "4#4 2#2 0#0 <none>", "[]"},
-      {kArray, OP(replace(t, 4, cJSON_CreateNull()), replace(t, -7, cJSON_CreateTrue()),
-                  replace(t, 5, cJSON_CreateNull())), "null", "[true,1,2,3,null]"},
+      {kArray,
+       OP(replace(t, 4, cJSON_CreateNull()), replace(t, -7, cJSON_CreateTrue()), replace(t, 5, cJSON_CreateNull())),
+       "null", "[true,1,2,3,null]"},
       {kObject, OP(detach(t, "b"), detach(t, "d"), erase(t, "C"), erase(t, "x")), "B:\"two\" <none>", R"({"a":1})"},
       {kObject, OP(replace(t, "A", cJSON_CreateNull()), replace(t, "zzz", cJSON_CreateTrue())), "true#0",
        R"({"A":null,"B":"two","c":true})"},
       {kObject, OP((cJSON_AddItemToObject(t, "new", cJSON_DetachItemFromObject(t, "a")), "")), "",
        R"({"B":"two","c":true,"new":1})"},  // it takes the new name
-      {"{}", OP((cJSON_AddNumberToObject(t, "a", 1), cJSON_AddStringToObject(t, "B", "2"),
-                 cJSON_AddTrueToObject(t, "c"), cJSON_AddFalseToObject(t, "d"), cJSON_AddNullToObject(t, "e"),
-                 cJSON_AddBoolToObject(t, "f", 5), "")), "", R"({"a":1,"B":"2","c":true,"d":false,"e":null,"f":true})"},
+      {"{}",
+       OP((cJSON_AddNumberToObject(t, "a", 1), cJSON_AddStringToObject(t, "B", "2"), cJSON_AddTrueToObject(t, "c"),
+           cJSON_AddFalseToObject(t, "d"), cJSON_AddNullToObject(t, "e"), cJSON_AddBoolToObject(t, "f", 5), "")),
+       "", R"({"a":1,"B":"2","c":true,"d":false,"e":null,"f":true})"},
       // A reference shares its target's child and value, is no plain number,
       // nor is its copy a reference; deleting it leaves the target whole. A
       // member without a name prints as "".
-      {R"({"k":[1,2]})", [](cJSON *t) {
+      {R"({"k":[1,2]})",
+       [](cJSON *t) {
          cJSON *refs = cJSON_CreateObject(), *copy;
          cJSON_AddItemReferenceToObject(refs, "o", t), cJSON_AddItemReferenceToArray(refs, t->child->child);
          const std::string s = cat({text(refs), describe(cJSON_UpdateNumberVal(refs->child->next, 3)),
                                     describe(cJSON_UpdateNumberVal(copy = cJSON_Duplicate(refs->child->next, 1), 3))});
          return cJSON_Delete(copy), cJSON_Delete(refs), s;
-       }, R"({"o":{"k":[1,2]},"":1} <none> 3#3)", R"({"k":[1,2]})"},
+       },
+       R"({"o":{"k":[1,2]},"":1} <none> 3#3)", R"({"k":[1,2]})"},
       {"0", OP(took(cJSON_CreateTrue()), took(cJSON_CreateBool(0)), took(cJSON_CreateBool(5))), "true#0 false#0 true#0",
        "0"},
       {"0", OP(took(cJSON_CreateNumber(-1e12)), took(cJSON_CreateString(nullptr)), took(cJSON_CreateString(""))),
        "-1000000000000#-2147483648 <none> \"\"", "0"},
       // A valueint set apart counts only when it matches; cJSON_SetIntValue sets both.
       {"5", OP((t->valueint = 7, text(t)), (cJSON_SetIntValue(t, 42), describe(t))), "5 42#42", "42"},
-      {"0", OP(took(cJSON_CreateIntArray(kInts, 3)), took(cJSON_CreateIntArray(kInts, -3)),
-               took(cJSON_CreateIntArray(nullptr, 2)), took(cJSON_CreateStringArray(nullptr, 0))),
+      {"0",
+       OP(took(cJSON_CreateIntArray(kInts, 3)), took(cJSON_CreateIntArray(kInts, -3)),
+          took(cJSON_CreateIntArray(nullptr, 2)), took(cJSON_CreateStringArray(nullptr, 0))),
        "[1,-2,3] [] <none> []", "0"},
-      {"0", OP(took(cJSON_CreateFloatArray(std::vector<float>{0.5f, 1}.data(), 2)),
-               took(cJSON_CreateDoubleArray(std::vector<double>{2.25, -1e20}.data(), 2))),
+      {"0",
+       OP(took(cJSON_CreateFloatArray(std::vector<float>{0.5f, 1}.data(), 2)),
+          took(cJSON_CreateDoubleArray(std::vector<double>{2.25, -1e20}.data(), 2))),
        "[0.500000,1] [2.250000,-100000000000000000000]", "0"},
       {"0", OP(took(cJSON_CreateStringArray(kStrings, 5)), took(cJSON_CreateInt8Array(kInt8, 4))),
        R"(["x","","z","b"] [-1,1,-128,127])", "0"},
       {"[]", OP((cJSON_AddItemToArray(t, cJSON_CreateInt64Array(kInt64, 4)), at(t->child, 0))),
        "18446744073709551616#2147483647", "[[18446744073709551616,5,9223372036854775808,9007199254740992]]"},
-      {"[1]", OP(describe(cJSON_UpdateNumberVal(t->child, 1e12)), describe(cJSON_UpdateNumberVal(t->child, NAN)),
-                 describe(cJSON_UpdateNumberVal(t->child, 2.9))),
+      {"[1]",
+       OP(describe(cJSON_UpdateNumberVal(t->child, 1e12)), describe(cJSON_UpdateNumberVal(t->child, NAN)),
+          describe(cJSON_UpdateNumberVal(t->child, 2.9))),
        "1000000000000#2147483647 nan#0 2.900000#2", "[2.900000]"},
-      {"[\"eth0\"]", [](cJSON *t) {
+      {"[\"eth0\"]",
+       [](cJSON *t) {
          const char *was = t->child->valuestring;  // equal text keeps its storage
          return cat({describe(cJSON_UpdateStringVal(t->child, "eth0")), t->child->valuestring == was ? "same" : "new",
                      describe(cJSON_UpdateStringVal(t->child, "ETH0")), describe(cJSON_UpdateStringVal(t->child, 0))});
-       }, "\"eth0\" same \"ETH0\" <none>", "[\"ETH0\"]"},
+       },
+       "\"eth0\" same \"ETH0\" <none>", "[\"ETH0\"]"},
       // Printing: a string item without text prints as "", the reference
       // flag is ignored, an unknown type code gives NULL.
-      {"[\"x\",null]", OP((free(t->child->valuestring), t->child->valuestring = nullptr, ""),
-                           (t->child->next->type |= cJSON_IsReference, ""), text(t), (t->child->type = 7, ""),
-                           text(t), text(t, true), (t->child->type = cJSON_String, "")),
-       "[\"\",null] <none> <none>", "[\"\",null]"},
+      {"[\"x\",null]",
+       OP((free(t->child->valuestring), t->child->valuestring = nullptr, ""),
+          (t->child->next->type |= cJSON_IsReference, ""), text(t), (t->child->type = 7, ""), text(t), text(t, true),
+          (t->child->type = cJSON_String, "")),
+       "[\"\",null] <none> <none>", "[\"\",null]"}
   };
   for (const auto &r : rows) {
     cJSON *t = cJSON_Parse(r.in);
@@ -380,11 +417,16 @@ TEST(JsonTree, NullArguments) {
 // text's NUL is read or written.
 TEST(JsonTree, Minify) {
   const std::string rows[][2] = {
-      {"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"}, {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
+      {"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"},
+      {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
       {R"({"s": "keep  // this /* too */ \" and \\"})", R"({"s":"keep  // this /* too */ \" and \\"})"},
-      {"/*/ 1", "1"}, {"[1/**/,2/*/*/]", "[1,2*/]"}, {"[1] /* never closed", "[1]"}, {"[1] // no line end", "[1]"},
-      {"\"a b", "\"a b"}, {"", ""}, {std::string("\"a \\\0\" x", 8), "\"a \\"},
-  };
+      {"/*/ 1", "1"},
+      {"[1/**/,2/*/*/]", "[1,2*/]"},
+      {"[1] /* never closed", "[1]"},
+      {"[1] // no line end", "[1]"},
+      {"\"a b", "\"a b"},
+      {"", ""},
+      {std::string("\"a \\\0\" x", 8), "\"a \\"}};
   for (const auto &[in, out] : rows) {
     std::string buf = in + '\0', want = buf;
     cJSON_Minify(buf.data());
@@ -412,14 +454,19 @@ TEST(JsonAlloc, EveryAllocationMayFail) {
       {"duplicate", [](cJSON *sample) { return cJSON_Duplicate(sample, 1); }, [](cJSON *t) { return !t; }},
       {"int array", [](cJSON *) { return cJSON_CreateIntArray(kInts, 3); }, one_left_out},
       {"string array", [](cJSON *) { return cJSON_CreateStringArray(kStrings, 3); }, one_left_out},
-      {"string update", [](cJSON *) { cJSON *s = cJSON_CreateString("a"); return cJSON_UpdateStringVal(s, "b"), s; },
+      {"string update",
+       [](cJSON *) {
+         cJSON *s = cJSON_CreateString("a");
+         return cJSON_UpdateStringVal(s, "b"), s;
+       },
        [](cJSON *s) { return !s || !s->valuestring; }},
-      {"member names", [](cJSON *) {
+      {"member names",
+       [](cJSON *) {
          cJSON *o = cJSON_CreateObject(), *v = cJSON_CreateString("v");
          cJSON_AddItemToObject(o, "name", v), cJSON_AddItemReferenceToObject(o, "ref", v);
          return v && !v->string ? (cJSON_Delete(v), o) : o;  // an item not taken is still ours
-       }, [](cJSON *o) { return !o || cJSON_GetArraySize(o) < 2; }},
-  };
+       },
+       [](cJSON *o) { return !o || cJSON_GetArraySize(o) < 2; }}};
   ScopedHooks hooks;
   cJSON *sample = cJSON_Parse(kSample);
   const long live = hooks.stats().live;
