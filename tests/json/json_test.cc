@@ -28,7 +28,8 @@ using aputil::test::ScopedHooks;
 std::string text(cJSON *item, bool formatted = false) {
   char *t = formatted ? cJSON_Print(item) : cJSON_PrintUnformatted(item);
   const std::string s = t ? t : "<none>";
-  return ScopedHooks::release(t), s;
+  ScopedHooks::release(t);
+  return s;
 }
 
 // Whether the sibling links agree both ways, all the way down.
@@ -47,7 +48,8 @@ std::string describe(cJSON *item) {
 std::string took(cJSON *item) {
   const std::string s = describe(item);
   EXPECT_TRUE(!item || (!item->next && !item->prev && linked(item))) << s;
-  return cJSON_Delete(item), s;
+  cJSON_Delete(item);
+  return s;
 }
 
 // ---- parsing ----
@@ -61,7 +63,10 @@ void on_small_stack(void (*body)()) {
   pthread_attr_setstacksize(&attr, 192u << 10);
 #endif
   pthread_t th;
-  auto run = [](void *f) -> void * { return reinterpret_cast<void (*)()>(f)(), nullptr; };
+  auto run = [](void *f) -> void * {
+    reinterpret_cast<void (*)()>(f)();
+    return nullptr;
+  };
   ASSERT_EQ(pthread_create(&th, &attr, run, reinterpret_cast<void *>(body)), 0);
   pthread_join(th, nullptr);
   pthread_attr_destroy(&attr);
@@ -75,8 +80,10 @@ void parse_texts() {
   ScopedHooks hooks;
   std::string deep_in, deep_out;  // arrays and objects in turn, as deep as allowed
   for (int i = 0; i < CJSON_NESTING_LIMIT; ++i) deep_in += i % 2 ? "{\"k\":" : "[";
-  deep_out = deep_in + "0.500000", deep_in += "0.5";
-  for (int i = CJSON_NESTING_LIMIT - 1; i >= 0; --i) deep_in += i % 2 ? "}" : "]", deep_out += i % 2 ? "}" : "]";
+  std::string closing;
+  for (int i = CJSON_NESTING_LIMIT - 1; i >= 0; --i) closing += i % 2 ? "}" : "]";
+  deep_out = deep_in + "0.500000" + closing;
+  deep_in += "0.5" + closing;
   const struct {
     std::string in, out;  // out: describe() of the tree, "<none>" when refused
     long error_at = -1;   // where cJSON_GetErrorPtr() points then; -1: NULL
@@ -121,7 +128,8 @@ void parse_texts() {
     EXPECT_EQ(cJSON_GetErrorPtr() ? cJSON_GetErrorPtr() - r.in.c_str() : -1, r.error_at) << r.in.substr(0, 80);
     EXPECT_EQ(describe(t) + describe(copy), r.out + r.out) << r.in.substr(0, 80);
     EXPECT_TRUE(linked(t) && (text(t, true) == "<none>") == !t) << r.in;
-    cJSON_Delete(t), cJSON_Delete(copy);
+    cJSON_Delete(t);
+    cJSON_Delete(copy);
     EXPECT_EQ(hooks.stats().live, 0);
   }
 }
@@ -174,7 +182,8 @@ TEST(JsonParse, ConformanceCorpus) {
     cJSON *again = cJSON_Parse(text(tree, true).c_str());
     EXPECT_TRUE(name[0] == 'i' || (tree != nullptr) == accepted) << name;
     EXPECT_EQ(text(again), text(tree)) << name;
-    cJSON_Delete(tree), cJSON_Delete(again);
+    cJSON_Delete(tree);
+    cJSON_Delete(again);
     EXPECT_EQ(hooks.stats().live, 0) << name;
   }
   EXPECT_EQ(trailing_seen, trailing.size());
@@ -284,14 +293,22 @@ std::string at(cJSON *t, int which) { return describe(cJSON_GetArrayItem(t, whic
 std::string get(cJSON *t, const char *name) { return describe(cJSON_GetObjectItem(t, name)); }
 std::string detach(cJSON *t, int which) { return took(cJSON_DetachItemFromArray(t, which)); }
 std::string detach(cJSON *t, const char *name) { return took(cJSON_DetachItemFromObject(t, name)); }
-std::string erase(cJSON *t, int which) { return cJSON_DeleteItemFromArray(t, which), ""; }
-std::string erase(cJSON *t, const char *name) { return cJSON_DeleteItemFromObject(t, name), ""; }
+std::string erase(cJSON *t, int which) {
+  cJSON_DeleteItemFromArray(t, which);
+  return "";
+}
+std::string erase(cJSON *t, const char *name) {
+  cJSON_DeleteItemFromObject(t, name);
+  return "";
+}
 // "" when item takes the place, else item (still the caller's).
 std::string replace(cJSON *t, int which, cJSON *item) {
-  return cJSON_ReplaceItemInArray(t, which, item), item->prev || item->next || t->child == item ? "" : took(item);
+  cJSON_ReplaceItemInArray(t, which, item);
+  return item->prev || item->next || t->child == item ? "" : took(item);
 }
 std::string replace(cJSON *t, const char *name, cJSON *item) {
-  return cJSON_ReplaceItemInObject(t, name, item), item->string ? "" : took(item);
+  cJSON_ReplaceItemInObject(t, name, item);
+  return item->string ? "" : took(item);
 }
 
 const char *const kArray = "[0,1,2,3,4]", *const kObject = R"({"a":1,"B":"two","c":true})";
@@ -396,10 +413,18 @@ TEST(JsonTree, Calls) {
 TEST(JsonTree, NullArguments) {
   ScopedHooks hooks;
   cJSON *a = cJSON_Parse("[null]");
-  cJSON_AddItemToArray(a, nullptr), cJSON_AddItemToObject(a, "x", nullptr), cJSON_AddItemToObject(nullptr, "x", a);
-  cJSON_AddItemReferenceToObject(nullptr, "x", a), cJSON_AddItemReferenceToObject(a, nullptr, a), cJSON_Delete(0);
-  cJSON_AddItemReferenceToArray(nullptr, a), cJSON_AddItemReferenceToArray(a, nullptr), cJSON_Minify(nullptr);
-  cJSON_DeleteItemFromObject(nullptr, "x"), cJSON_ReplaceItemInArray(nullptr, 0, a), cJSON_ReplaceItemInArray(a, 0, 0);
+  cJSON_AddItemToArray(a, nullptr);
+  cJSON_AddItemToObject(a, "x", nullptr);
+  cJSON_AddItemToObject(nullptr, "x", a);
+  cJSON_AddItemReferenceToObject(nullptr, "x", a);
+  cJSON_AddItemReferenceToObject(a, nullptr, a);
+  cJSON_Delete(0);
+  cJSON_AddItemReferenceToArray(nullptr, a);
+  cJSON_AddItemReferenceToArray(a, nullptr);
+  cJSON_Minify(nullptr);
+  cJSON_DeleteItemFromObject(nullptr, "x");
+  cJSON_ReplaceItemInArray(nullptr, 0, a);
+  cJSON_ReplaceItemInArray(a, 0, 0);
   for (cJSON *none : {cJSON_GetArrayItem(nullptr, 0), cJSON_GetObjectItem(nullptr, "x"), cJSON_Parse(nullptr),
                       cJSON_DetachItemFromArray(nullptr, 0), cJSON_DetachItemFromObject(a, nullptr),
                       cJSON_Duplicate(nullptr, 1), cJSON_UpdateNumberVal(nullptr, 1), cJSON_UpdateStringVal(a, 0)})
