@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstring>
 #include <regex>
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "diag/diag_state.h"
@@ -31,15 +33,34 @@ std::string logged(A... args) {
   return stdout_of([&] { util_dbg_printf(args...); });
 }
 
-// "level": util_dbg_setLevel(n); "+name": util_dbg_setMod(name, n), out being
-// what it says of the module ("success", "failed", or nothing); any other
-// call logs "m" for that module at level n, out being the kind of line
-// printed ("Error", "Notice", "Debug"), or nothing.
-struct Step {
-  const char *call;
-  int n, rc;
-  const char *out;
-};
+// Console steps "call n rc [out]", split by semicolons. "level":
+// util_dbg_setLevel(n); "+name":
+// util_dbg_setMod(name, n), out being what it says of the module ("success"
+// or "failed"); any other call (NULL for none) logs "m" for that module at
+// level n from f, line 1, out being the kind of line printed.
+int step(const char *call, int n) {
+  if (call && call[0] == '+') return util_dbg_setMod(call + 1, n);
+  if (call && std::strcmp(call, "level") == 0) return util_dbg_setLevel(n);
+  util_dbg_printf(call, n, "f", 1, "m");
+  return 0;
+}
+std::string printed(const char *call, int n, const std::string &out) {
+  if (!call || call[0] != '+') return out.empty() ? "" : colour("[" + out + "][f] 001: m");
+  const std::string name = call + 1, said = "Into util_dbg_setMod, pModName(" + name + "), enable(" + std::to_string(n);
+  return said + ")\n" + (out.empty() ? "" : (n ? "" : "un") + ("register module(" + name + ") ") + out + "\n");
+}
+void run(const std::string &steps) {
+  std::istringstream in(steps);
+  for (std::string step_text; std::getline(in, step_text, ';');) {
+    const char *s = step_text.c_str();
+    char call[16], out[16] = "";
+    int n, rc, got = 0;
+    ASSERT_GE(std::sscanf(s, "%15s %d %d %15s", call, &n, &rc, out), 3) << s;
+    const char *c = std::strcmp(call, "NULL") ? call : nullptr;
+    EXPECT_EQ(stdout_of([&] { got = step(c, n); }), printed(c, n, out)) << s;
+    EXPECT_EQ(got, rc) << s;
+  }
+}
 
 class DiagTest : public ::testing::Test {
  protected:
@@ -48,28 +69,6 @@ class DiagTest : public ::testing::Test {
     root_.write("/tmp/log/rec/.keep", "");
     diag::reset_dbg_for_tests();
     diag::reset_input_record_for_tests();
-  }
-  template <size_t N>
-  static void run(const Step (&steps)[N]) {
-    for (const Step &s : steps) {
-      const std::string name = s.call && s.call[0] == '+' ? s.call + 1 : "", on = std::to_string(s.n);
-      std::string want = *s.out ? colour("[" + std::string(s.out) + "][f] 001: m") : "";
-      int rc = 0;
-      if (!name.empty()) {
-        const std::string result = *s.out ? (s.n ? "" : "un") + ("register module(" + name + ") ") + s.out + "\n" : "";
-        want = "Into util_dbg_setMod, pModName(" + name + "), enable(" + on + ")\n" + result;
-      }
-      const std::string printed = stdout_of([&] {
-        if (!name.empty())
-          rc = util_dbg_setMod(name.c_str(), s.n);
-        else if (s.call && std::strcmp(s.call, "level") == 0)
-          rc = util_dbg_setLevel(s.n);
-        else
-          util_dbg_printf(s.call, s.n, "f", 1, "m");
-      });
-      EXPECT_EQ(printed, want) << (s.call ? s.call : "NULL") << " " << s.n;
-      EXPECT_EQ(rc, s.rc) << (s.call ? s.call : "NULL") << " " << s.n;
-    }
   }
   std::string file(const std::string &path) const {
     return std::regex_replace(root_.read(path), std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d)"), kStamp);
@@ -95,22 +94,11 @@ TEST_F(DiagTest, LevelsModulesAndConsoleLines) {
             colour("[Error][f] 1234: " + std::string(510, 'm')));
   EXPECT_EQ(logged("x", 1, nullptr, 1, "m") + stdout_of([] { EXPECT_EQ(util_dbg_setMod(nullptr, 1), -1); }),
             "Module name is null\n");
-  const Step steps[] = {{"x", 2, 0, ""},           {"x", 3, 0, ""},
-                        {"x", 1, 0, "Error"},      {"level", 0, -1, ""},
-                        {"level", 4, -1, ""},      {"level", 3, 0, ""},
-                        {"x", 3, 0, ""},           {"x", -1, 0, ""},
-                        {nullptr, 1, 0, ""},       {"+wlan", 1, 0, "success"},
-                        {"wlan0", 2, 0, "Notice"}, {"wlanmgr", 3, 0, "Debug"},
-                        {"wl", 3, 0, ""},          {"+b", 1, 0, "success"},
-                        {"wlan", 2, 0, ""},        {"b", 2, 0, "Notice"},
-                        {"+bx", 1, 0, "success"},  {"b", 2, 0, ""},
-                        {"+zz", 0, -1, "failed"},  {"+bx", 0, 0, "success"},
-                        {"bx", 2, 0, ""},          {"+bx", 0, -1, "failed"},
-                        {"level", 2, 0, ""},       {"+All", 1, 0, "success"},
-                        {"other", 2, 0, ""},       {"+ALL", 1, 0, ""},
-                        {"other", 2, 0, "Notice"}, {"other", 3, 0, ""},
-                        {"+all", 0, 0, ""},        {"other", 2, 0, ""}};
-  run(steps);
+  run("x 2 0; x 3 0; x 1 0 Error; level 0 -1; level 4 -1; level 3 0; x 3 0; x -1 0; NULL 1 0; "
+      "+wlan 1 0 success; wlan0 2 0 Notice; wlanmgr 3 0 Debug; wl 3 0; "  // a prefix of the module's name
+      "+b 1 0 success; wlan 2 0; b 2 0 Notice; +bx 1 0 success; b 2 0; "  // one entry, renamed by a longer name
+      "+zz 0 -1 failed; +bx 0 0 success; bx 2 0; +bx 0 -1 failed; "
+      "level 2 0; +All 1 0 success; other 2 0; +ALL 1 0; other 2 0 Notice; other 3 0; +all 0 0; other 2 0");
 }
 
 // Records go round in size / 256 slots (none below 256: each starts at 0
@@ -135,11 +123,10 @@ TEST_F(DiagTest, ErrorRing) {
             first + std::string(first.size(), '\0') + next);
   // A lost file; an init empties the registry, and one without a size keeps the former limit (and no path).
   const std::string lost = colour("[Error][f] 001: m") + "[util_dbg_saveToFile:109]: open fileName = ";
-  const Step before[] = {{"level", 2, 0, ""}, {"+m", 1, 0, "success"}}, after[] = {{"m", 2, 0, ""}};
-  run(before);
+  run("level 2 0; +m 1 0 success");
   util_dbg_init("gone", 4096);
   std::remove(root_.host("/tmp/log/error/gone").c_str());
-  run(after);
+  run("m 2 0");
   EXPECT_EQ(logged("x", 1, "f", 1, "m"), lost + "/tmp/log/error/gone failed\r\n");
   util_dbg_init("off", 0);
   EXPECT_EQ(logged("x", 1, "f", 1, "m"), lost + " failed\r\n");
@@ -157,13 +144,8 @@ TEST_F(DiagTest, InputRecordRing) {
   EXPECT_EQ(file("/tmp/log/rec/cmd"), cmds);
   const std::string bin = "\xAB\x7F" + std::string(198, 0x11), t400(400, 't');  // of bin, 143 bytes fit, then a NUL
   const char *b = bin.data();
-  const struct {
-    std::string name;
-    uint32_t size;
-    int32_t len;
-    std::vector<std::tuple<const void *, uint32_t, int32_t>> saves;  // data, len, isText
-    std::string file;
-  } rows[] = {
+  using Save = std::tuple<const void *, uint32_t, int32_t>;  // data, len, isText
+  const std::tuple<std::string, uint32_t, int32_t, std::vector<Save>, std::string> rows[] = {
       {"hex", 3180, 318, {{b, 200, 0}}, nul.substr(0, 318) + slot("[11][200][TS]AB7F" + std::string(282, '1'), 318)},
       {"long", 640, 400, {{t400.c_str(), 400, 1}}, nul + slot("[12][400][TS]" + std::string(288, 't'), 320)},
       {"neg", 1000, -1, {{"a", 1, 1}}, slot("[13][1][TS]a", 320)},
@@ -172,10 +154,10 @@ TEST_F(DiagTest, InputRecordRing) {
       {"null", 640, 64, {{nullptr, 4, 0}, {nullptr, 2, 1}}, slot("[16][4][TS]", 64) + slot("[17][2][TS]", 64)},
       {std::string(300, 'r'), 640, 64, {{"z", 1, 1}}, nul.substr(0, 128) + slot("[18][1][TS]z", 64)},
   };
-  for (const auto &r : rows) {
-    util_inputRecord_init(r.name.c_str(), r.size, r.len);
-    for (const auto &[data, len, text] : r.saves) util_inputRecord_save(data, len, text);
-    EXPECT_EQ(file("/tmp/log/rec/" + r.name.substr(0, 241)), r.file) << r.name.substr(0, 8);
+  for (const auto &[name, size, rec_len, saves, want] : rows) {
+    util_inputRecord_init(name.c_str(), size, rec_len);
+    for (const auto &[data, len, text] : saves) util_inputRecord_save(data, len, text);
+    EXPECT_EQ(file("/tmp/log/rec/" + name.substr(0, 241)), want) << name.substr(0, 8);
   }
   std::remove(root_.host(cut).c_str());
   EXPECT_EQ(stdout_of([] { util_inputRecord_save("z", 1, 1); }),
