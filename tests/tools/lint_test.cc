@@ -94,18 +94,6 @@ TEST(Lint, EachBreakGivesItsFinding) {
       {"radio_config.json", "\"EIRP\":true", "\"EIRP\":false", true, 1,
        "channel 36 (5180 MHz): error: maximum power 23 dBm conducted + 4 dBi antenna + 3 dB MIMO = 30 dBm EIRP",
        "region 840 (US): 36 channels, 36 errors, 0 warnings\n"},
-      {"ath/REG_DOMAIN5", "5660,70100,1202,26", "5660,870100,1202,26", true, 1,
-       "channel 132 (5660 MHz): error: its VHT80 block 5650-5730 MHz (commonFlag 0x870100) has its 20 MHz channel "
-       "5710-5730 MHz outside one rule; rule 5470-5725 MHz, 160 MHz wide, 26.98 dBm, DFS",
-       "region 276 (DE): 32 channels, 1 error, 0 warnings\n"},
-      {"ath/REG_DOMAIN2", "2472,50080,0,20\nJAPAN", "2472,70080,0,20\nJAPAN", true, 1,
-       "channel 13 (2472 MHz): error: its HT40+ block 2462-2502 MHz (commonFlag 0x70080) has its 20 MHz channel "
-       "2482-2502 MHz outside one rule",
-       "region 276 (DE): 32 channels, 1 error, 0 warnings\n"},
-      {"ath/REG_DOMAIN2", "2412,30080,0,30", "2412,50080,0,30", true, 1,
-       "channel 1 (2412 MHz): error: its HT40- block 2382-2422 MHz (commonFlag 0x50080) has its 20 MHz channel "
-       "2382-2402 MHz outside one rule",
-       "region 840 (US): 36 channels, 1 error, 0 warnings\n"},
       {"ath/REG_DOMAIN5", "5825,10100,0,30\n", "5825,10100,0,30\n5865,10100,0,27\n", true, 1,
        "channel 173 (5865 MHz): error: inside a NO-IR rule, where an access point may not start a network; rule "
        "5850-5895 MHz, 40 MHz wide, 27 dBm, NO-OUTDOOR NO-IR AUTO-BW",
