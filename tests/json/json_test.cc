@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <numeric>
 #include <random>
 #include <set>
 #include <string>
@@ -78,51 +77,36 @@ void on_small_stack(void (*body)()) {
 // small stack.
 void parse_texts() {
   ScopedHooks hooks;
-  std::string deep_in, deep_out;  // arrays and objects in turn, as deep as allowed
-  for (int i = 0; i < CJSON_NESTING_LIMIT; ++i) deep_in += i % 2 ? "{\"k\":" : "[";
-  std::string closing;
+  std::string deep, closing;  // arrays and objects in turn, as deep as allowed
+  for (int i = 0; i < CJSON_NESTING_LIMIT; ++i) deep += i % 2 ? "{\"k\":" : "[";
   for (int i = CJSON_NESTING_LIMIT - 1; i >= 0; --i) closing += i % 2 ? "}" : "]";
-  deep_out = deep_in + "0.500000" + closing;
-  deep_in += "0.5" + closing;
-  const struct {
+  struct Row {
     std::string in, out;  // out: describe() of the tree, "<none>" when refused
     long error_at = -1;   // where cJSON_GetErrorPtr() points then; -1: NULL
-  } rows[] = {{R"( {"a": [1, "two", true, false, null], "b": {}} )", R"({"a":[1,"two",true,false,null],"b":{}})"},
-              {"", "<none>", 0},
-              {"   ", "<none>", 3},
-              {"{", "<none>", 1},
-              {"[1,]", "<none>", 3},
-              {"[1]", "[1]"},
-              {R"({"a" 1})", "<none>", 5},
-              {"tru", "<none>", 3},
-              {"\"open", "<none>", 5},
-              {"[1 2]", "<none>", 3},
-              // Text after a complete value is ignored: a loader's buffer may hold an older file's tail.
-              {"{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}", R"({"lanport":{"dlPortNum":1}})"},
-              {"[1][2]", "[1]"},
-              {R"(["\ud800"])", "<none>", 2},
-              {R"({"tab\there":null})", R"({"tab\there":null})"},
-              {R"(["\"\\\/\b\f\n\r\t\u0001\u001f\u007f", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])",
-               "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\","
-               "\"\xc3\xa9\xe2\x82\xac\",\"\xf0\x9f\x98\x80\",\"caf\xc3\xa9\"]"},
-              {R"(["a\u0000b"])", R"(["a"])"},  // an embedded NUL ends the C string
-              // Numbers too large for a double are refused; too small ones become 0.
-              {"[1e400]", "<none>", 1},
-              {"[1.8e308]", "<none>", 1},
-              {"[1e-400, 0e150, -0.0e-999, 5E+2]", "[0,0,0,500]"},
-              // Found by fuzzing: "%e" keeps six digits, so the text settles after one round.
-              {"[11110643096.1506972]", "[1.111064e+10]"},
-              {"[1.111064e+10]", "[11110640000]"},
-              {deep_in, deep_out},
-              {"[{\"a\":" + deep_in + "}]", "<none>", 3000},
-              {std::string(200000, '['), "<none>", 1000},
-              // valueint: valuedouble truncated toward zero and saturated; 1 for a parsed true.
-              {"2.9", "2.900000#2"},
-              {"-2.9", "-2.900000#-2"},
-              {"true", "true#1"},
-              {"false", "false#0"},
-              {"-2147483649", "-2147483649#-2147483648"},
-              {"18446744073709551615", "18446744073709551616#2147483647"}};
+  };
+  // Numbers too large for a double are refused, too small ones become 0; a
+  // parsed true has valueint 1.
+  std::vector<Row> rows = {{"", "<none>", 0},        {"   ", "<none>", 3},        {"{", "<none>", 1},
+                           {"[1,]", "<none>", 3},    {R"({"a" 1})", "<none>", 5}, {"tru", "<none>", 3},
+                           {"\"open", "<none>", 5},  {"[1 2]", "<none>", 3},      {R"(["\ud800"])", "<none>", 2},
+                           {"[1e400]", "<none>", 1}, {"[1.8e308]", "<none>", 1},  {"[1][2]", "[1]"},
+                           {"true", "true#1"},       {"false", "false#0"},        {R"(["a\u0000b"])", R"(["a"])"}};
+  rows.insert(
+      rows.end(),
+      {{R"( {"a": [1, "two", true, false, null], "b": {}} )", R"({"a":[1,"two",true,false,null],"b":{}})"},
+       // Text after a complete value is ignored: a loader's buffer may hold an older file's tail.
+       {"{\"lanport\": {\"dlPortNum\": 1}}\n  \"ulPortIfName\": \"eth0\"}\n}", R"({"lanport":{"dlPortNum":1}})"},
+       {R"({"tab\there":null})", R"({"tab\there":null})"},
+       {R"(["\"\\\/\b\f\n\r\t\u0001\u001f\u007f", "\u00e9\u20ac", "\ud83d\ude00", "caf\u00E9"])",
+        "[\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001f\x7f\","
+        "\"\xc3\xa9\xe2\x82\xac\",\"\xf0\x9f\x98\x80\",\"caf\xc3\xa9\"]"},
+       {"[1e-400, 0e150, -0.0e-999, 5E+2]", "[0,0,0,500]"},
+       // Found by fuzzing: "%e" keeps six digits, so the text settles after one round.
+       {"[11110643096.1506972]", "[1.111064e+10]"},
+       {"[1.111064e+10]", "[11110640000]"},
+       {deep + "0.5" + closing, deep + "0.500000" + closing},
+       {"[{\"a\":" + deep + "0.5" + closing + "}]", "<none>", 3000},
+       {std::string(200000, '['), "<none>", 1000}});
   for (const auto &r : rows) {
     cJSON *t = cJSON_Parse(r.in.c_str()), *copy = cJSON_Duplicate(t, 1);
     EXPECT_EQ(cJSON_GetErrorPtr() ? cJSON_GetErrorPtr() - r.in.c_str() : -1, r.error_at) << r.in.substr(0, 80);
@@ -160,8 +144,7 @@ TEST(JsonParse, NumbersAsStrtodReadsThem) {
 }
 
 // The JSON test suite's corpus: y_ files parse, n_ files do not, but for
-// those that hold a complete value and then other text (or a NUL); what
-// parses prints formatted to text that parses back to the same; every
+// those that hold a complete value and then other text (or a NUL); every
 // block is released.
 TEST(JsonParse, ConformanceCorpus) {
   const std::set<std::string> trailing(
@@ -179,11 +162,8 @@ TEST(JsonParse, ConformanceCorpus) {
     const bool accepted = name[0] == 'y' || trailing.count(name.substr(2, name.size() - 7));
     trailing_seen += name[0] == 'n' && accepted;
     cJSON *tree = cJSON_Parse(aputil::test::read_file(dir + name).c_str());
-    cJSON *again = cJSON_Parse(text(tree, true).c_str());
     EXPECT_TRUE(name[0] == 'i' || (tree != nullptr) == accepted) << name;
-    EXPECT_EQ(text(again), text(tree)) << name;
     cJSON_Delete(tree);
-    cJSON_Delete(again);
     EXPECT_EQ(hooks.stats().live, 0) << name;
   }
   EXPECT_EQ(trailing_seen, trailing.size());
@@ -196,29 +176,16 @@ TEST(JsonParse, ConformanceCorpus) {
 // or above 1e9 in magnitude, else "%f". Whole numbers from 2^63 and tiny
 // fractions take snprintf, the rest is written directly.
 TEST(JsonPrint, Numbers) {
-  const std::pair<double, const char *> rows[] = {{-0.0, "0"},
-                                                  {-2147483648.0, "-2147483648"},
-                                                  {1.0 + DBL_EPSILON, "1"},
-                                                  {-1.9999999999999998, "-2"},
-                                                  {2147483648.0, "2147483648"},
-                                                  {1000000000.5, "1.000000e+09"},
-                                                  {-2.5e-9, "-2.500000e-09"},
-                                                  {1e-6, "0.000001"},
-                                                  {0.9999995, "1.000000"},
-                                                  {-INFINITY, "-inf"}};
-  for (const auto &[d, out] : rows) {
-    cJSON *n = cJSON_CreateNumber(d);
-    EXPECT_EQ(text(n), out) << d;
-    cJSON_Delete(n);
-  }
   // Whatever is not "%d" prints as printf prints it (to nearest, ties to
-  // even): random magnitudes, ties at the sixth decimal, carries into a new
-  // digit, the "%e" boundary, whole numbers to 2^64 and beyond.
+  // even): the edges of each form, random magnitudes, ties at the sixth
+  // decimal, carries into a new digit, the "%e" boundary, whole numbers to
+  // 2^64 and beyond.
   std::mt19937_64 rng(5);
   std::vector<double> v({0.99999949999999, 999999999.9999995, 9999999499.5, 9999999500.5, 1e300, 99999995e8 + 0.5,
                          1e-6 + 1e-22, 1e9 - 0.5, 123456.0000005, 4503599627370495.5, 1.5e-6, 2.5e-7, 3.14159, 9.2e18,
                          1e19, 9.2e18 - 2048, 9007199254740993.0, 0x1p62, 0x1p63});
-  v.push_back(std::nan(""));
+  v.insert(v.end(), {-0.0, INT_MIN, 1 + DBL_EPSILON, -2 + DBL_EPSILON, 2147483648.0, 1000000000.5, -2.5e-9, 1e-6,
+                     0.9999995, -INFINITY, NAN});
   for (int i = 0; i < 200000; ++i) {
     const double sign = rng() & 1 ? -1 : 1;
     v.push_back(sign * (i % 2 ? std::pow(10.0, std::uniform_real_distribution<double>(-8, 16)(rng))
@@ -235,6 +202,12 @@ TEST(JsonPrint, Numbers) {
     ASSERT_EQ(text(n), n->valueint == x ? std::to_string(n->valueint) : want) << std::hexfloat << x;
     cJSON_Delete(n);
   }
+  cJSON *n = cJSON_CreateNumber(5);
+  n->valueint = 7;  // a valueint set apart counts only when it matches
+  EXPECT_EQ(text(n), "5");
+  EXPECT_EQ(cJSON_SetIntValue(n, 42), 42);  // sets both
+  EXPECT_EQ(describe(n), "42#42");
+  cJSON_Delete(n);
 }
 
 // Formatted text: members one per line, a tab deeper than their object;
@@ -253,10 +226,7 @@ TEST(JsonPrint, LayoutAndBlocks) {
        "\t\t\"f\":\t\"x\",\n\t\t\"g\":\t{\n\t}\n\t},\n\t\"h\":\t[],\n\t\"i\":\t[true, false]\n}",
        25},
       {R"([{"a":1}])", "[{\n\t\t\"a\":\t1\n\t}]", 4},
-      {"[{}]", "[{\n}]", 2},
-      {"[[{}]]", "[[{\n\t}]]", 3},
-      {R"([[{"a":[{"b":2}]}],{}])", "[[{\n\t\t\t\"a\":\t[{\n\t\t\t\t\t\"b\":\t2\n\t\t\t\t}]\n\t\t}], {\n}]", 9},
-      {R"({"a":[1,"two",{}],"b":null})", "{\n\t\"a\":\t[1, \"two\", {\n\t}],\n\t\"b\":\tnull\n}", 9}};
+      {R"([[{"a":[{"b":2}]}],{}])", "[[{\n\t\t\t\"a\":\t[{\n\t\t\t\t\t\"b\":\t2\n\t\t\t\t}]\n\t\t}], {\n}]", 9}};
   for (size_t n : {4060, 4066, 4067, 4068, 4075, 4090, 4091, 4092, 4093, 4094, 300000})
     rows.push_back({"[\"" + std::string(n, 'y') + "\"]", "", 3});  // arrays print on one line
   for (long d = 204; d < 212; ++d)
@@ -281,8 +251,9 @@ TEST(JsonPrint, LayoutAndBlocks) {
 
 // The parts in order (a + b + c runs its operands in any order), between blanks.
 std::string cat(std::initializer_list<std::string> parts) {
-  auto join = [](const std::string &s, const std::string &p) { return s.empty() || p.empty() ? s + p : s + " " + p; };
-  return std::accumulate(parts.begin(), parts.end(), std::string(), join);
+  std::string s;
+  for (const std::string &p : parts) s += s.empty() || p.empty() ? p : " " + p;
+  return s;
 }
 
 // A call on the tree parsed from a row's text; each argument shows what a
@@ -311,12 +282,21 @@ std::string replace(cJSON *t, const char *name, cJSON *item) {
   return item->string ? "" : took(item);
 }
 
+// The update of item's text to s, "same" when it kept its storage.
+std::string update(cJSON *item, const char *s) {
+  const char *was = item->valuestring;
+  const std::string d = describe(cJSON_UpdateStringVal(item, s));
+  return item->valuestring == was ? d + " same" : d;
+}
+
 const char *const kArray = "[0,1,2,3,4]", *const kObject = R"({"a":1,"B":"two","c":true})";
 const char *const kNames = "{\"LANPORT\":1,\"lanport\":2,\"Caf\xc3\x89\":3,\"x\":4,\"Z\":5,\"a\":6}";
 const int kInts[] = {1, -2, 3};
 const char *kStrings[] = {"x", "", "z", nullptr, "b"};
 const int8_t kInt8[] = {static_cast<int8_t>(255), 1, -128, 127};
 const int64_t kInt64[] = {-1, 5, INT64_MIN, (int64_t{1} << 53) + 1};  // read unsigned
+const float kFloats[] = {0.5f, 1};
+const double kDoubles[] = {2.25, -1e20};
 
 // Lookups: negative indexes count as 0; names fold ASCII letters only
 // and the first match wins. Edits: detached items come back unlinked; a
@@ -324,7 +304,8 @@ const int64_t kInt64[] = {-1, 5, INT64_MIN, (int64_t{1} << 53) + 1};  // read un
 // a call that finds nothing changes nothing and leaves newitem the caller's.
 // Constructors leave valueint 0 on booleans and truncate numbers into it;
 // array constructors leave out an element they cannot make; the update
-// calls act only on items of exactly their type.
+// calls act only on items of exactly their type, and an update to equal
+// text keeps its storage.
 TEST(JsonTree, Calls) {
   const struct {
     const char *in;
@@ -344,61 +325,26 @@ TEST(JsonTree, Calls) {
       {kObject, OP(detach(t, "b"), detach(t, "d"), erase(t, "C"), erase(t, "x")), "B:\"two\" <none>", R"({"a":1})"},
       {kObject, OP(replace(t, "A", cJSON_CreateNull()), replace(t, "zzz", cJSON_CreateTrue())), "true#0",
        R"({"A":null,"B":"two","c":true})"},
-      {kObject, OP((cJSON_AddItemToObject(t, "new", cJSON_DetachItemFromObject(t, "a")), "")), "",
-       R"({"B":"two","c":true,"new":1})"},  // it takes the new name
-      {"{}",
-       OP((cJSON_AddNumberToObject(t, "a", 1), cJSON_AddStringToObject(t, "B", "2"), cJSON_AddTrueToObject(t, "c"),
-           cJSON_AddFalseToObject(t, "d"), cJSON_AddNullToObject(t, "e"), cJSON_AddBoolToObject(t, "f", 5), "")),
-       "", R"({"a":1,"B":"2","c":true,"d":false,"e":null,"f":true})"},
-      // A reference shares its target's child and value, is no plain number,
-      // nor is its copy a reference; deleting it leaves the target whole. A
-      // member without a name prints as "".
-      {R"({"k":[1,2]})",
-       [](cJSON *t) {
-         cJSON *refs = cJSON_CreateObject(), *copy;
-         cJSON_AddItemReferenceToObject(refs, "o", t), cJSON_AddItemReferenceToArray(refs, t->child->child);
-         const std::string s = cat({text(refs), describe(cJSON_UpdateNumberVal(refs->child->next, 3)),
-                                    describe(cJSON_UpdateNumberVal(copy = cJSON_Duplicate(refs->child->next, 1), 3))});
-         return cJSON_Delete(copy), cJSON_Delete(refs), s;
-       },
-       R"({"o":{"k":[1,2]},"":1} <none> 3#3)", R"({"k":[1,2]})"},
-      {"0", OP(took(cJSON_CreateTrue()), took(cJSON_CreateBool(0)), took(cJSON_CreateBool(5))), "true#0 false#0 true#0",
+      {"0",
+       OP(took(cJSON_CreateTrue()), took(cJSON_CreateBool(0)), took(cJSON_CreateBool(5)),
+          took(cJSON_CreateNumber(-1e12)), took(cJSON_CreateString(nullptr)), took(cJSON_CreateString("")),
+          took(cJSON_CreateIntArray(kInts, 3)), took(cJSON_CreateIntArray(kInts, -3)),
+          took(cJSON_CreateIntArray(nullptr, 2)), took(cJSON_CreateStringArray(nullptr, 0)),
+          took(cJSON_CreateFloatArray(kFloats, 2)), took(cJSON_CreateDoubleArray(kDoubles, 2)),
+          took(cJSON_CreateStringArray(kStrings, 5)), took(cJSON_CreateInt8Array(kInt8, 4)),
+          took(cJSON_CreateInt64Array(kInt64, 4))),
+       "true#0 false#0 true#0 -1000000000000#-2147483648 <none> \"\" [1,-2,3] [] <none> [] [0.500000,1] "
+       "[2.250000,-100000000000000000000] [\"x\",\"\",\"z\",\"b\"] [-1,1,-128,127] "
+       "[18446744073709551616,5,9223372036854775808,9007199254740992]",
        "0"},
-      {"0", OP(took(cJSON_CreateNumber(-1e12)), took(cJSON_CreateString(nullptr)), took(cJSON_CreateString(""))),
-       "-1000000000000#-2147483648 <none> \"\"", "0"},
-      // A valueint set apart counts only when it matches; cJSON_SetIntValue sets both.
-      {"5", OP((t->valueint = 7, text(t)), (cJSON_SetIntValue(t, 42), describe(t))), "5 42#42", "42"},
-      {"0",
-       OP(took(cJSON_CreateIntArray(kInts, 3)), took(cJSON_CreateIntArray(kInts, -3)),
-          took(cJSON_CreateIntArray(nullptr, 2)), took(cJSON_CreateStringArray(nullptr, 0))),
-       "[1,-2,3] [] <none> []", "0"},
-      {"0",
-       OP(took(cJSON_CreateFloatArray(std::vector<float>{0.5f, 1}.data(), 2)),
-          took(cJSON_CreateDoubleArray(std::vector<double>{2.25, -1e20}.data(), 2))),
-       "[0.500000,1] [2.250000,-100000000000000000000]", "0"},
-      {"0", OP(took(cJSON_CreateStringArray(kStrings, 5)), took(cJSON_CreateInt8Array(kInt8, 4))),
-       R"(["x","","z","b"] [-1,1,-128,127])", "0"},
-      {"[]", OP((cJSON_AddItemToArray(t, cJSON_CreateInt64Array(kInt64, 4)), at(t->child, 0))),
-       "18446744073709551616#2147483647", "[[18446744073709551616,5,9223372036854775808,9007199254740992]]"},
       {"[1]",
        OP(describe(cJSON_UpdateNumberVal(t->child, 1e12)), describe(cJSON_UpdateNumberVal(t->child, NAN)),
           describe(cJSON_UpdateNumberVal(t->child, 2.9))),
        "1000000000000#2147483647 nan#0 2.900000#2", "[2.900000]"},
       {"[\"eth0\"]",
-       [](cJSON *t) {
-         const char *was = t->child->valuestring;  // equal text keeps its storage
-         return cat({describe(cJSON_UpdateStringVal(t->child, "eth0")), t->child->valuestring == was ? "same" : "new",
-                     describe(cJSON_UpdateStringVal(t->child, "ETH0")), describe(cJSON_UpdateStringVal(t->child, 0))});
-       },
-       "\"eth0\" same \"ETH0\" <none>", "[\"ETH0\"]"},
-      // Printing: a string item without text prints as "", the reference
-      // flag is ignored, an unknown type code gives NULL.
-      {"[\"x\",null]",
-       OP((free(t->child->valuestring), t->child->valuestring = nullptr, ""),
-          (t->child->next->type |= cJSON_IsReference, ""), text(t), (t->child->type = 7, ""), text(t), text(t, true),
-          (t->child->type = cJSON_String, "")),
-       "[\"\",null] <none> <none>", "[\"\",null]"}
-  };
+       OP(update(t->child, "eth0"), describe(cJSON_UpdateStringVal(t->child, "ETH0")),
+          describe(cJSON_UpdateStringVal(t->child, 0))),
+       "\"eth0\" same \"ETH0\" <none>", "[\"ETH0\"]"}};
   for (const auto &r : rows) {
     cJSON *t = cJSON_Parse(r.in);
     EXPECT_EQ(r.op(t), r.result) << r.in << " -> " << r.after;
@@ -406,6 +352,37 @@ TEST(JsonTree, Calls) {
     EXPECT_TRUE(linked(t)) << r.in;
     cJSON_Delete(t);
   }
+}
+
+// Added members take the name given (a detached member its new one); a
+// reference shares its target's child and value, is no plain number, nor is
+// its copy a reference, and deleting it leaves the target whole; a member
+// without a name prints as "". A string item without text prints as "", the
+// reference flag is ignored, an unknown type code gives NULL.
+TEST(JsonTree, AddsReferencesAndOddItems) {
+  cJSON *target = cJSON_Parse(R"({"k":[1,2]})"), *o = cJSON_CreateObject();
+  cJSON_AddNumberToObject(o, "a", 1);
+  cJSON_AddStringToObject(o, "B", "2");
+  cJSON_AddTrueToObject(o, "c");
+  cJSON_AddFalseToObject(o, "d");
+  cJSON_AddNullToObject(o, "e");
+  cJSON_AddBoolToObject(o, "f", 5);
+  cJSON_AddItemToObject(o, "new", cJSON_DetachItemFromObject(o, "a"));
+  cJSON_AddItemReferenceToObject(o, "o", target);
+  cJSON_AddItemReferenceToArray(o, target->child->child);
+  cJSON *copy = cJSON_Duplicate(o, 1), *b = o->child;
+  EXPECT_EQ(cJSON_UpdateNumberVal(cJSON_GetArrayItem(o, 7), 3), nullptr);
+  EXPECT_EQ(describe(cJSON_UpdateNumberVal(cJSON_GetArrayItem(copy, 7), 3)), "3#3");
+  free(b->valuestring);
+  b->valuestring = nullptr;
+  EXPECT_EQ(text(o), R"({"B":"","c":true,"d":false,"e":null,"f":true,"new":1,"o":{"k":[1,2]},"":1})");
+  b->type = 7;
+  EXPECT_EQ(text(o) + text(o, true), "<none><none>");
+  b->type = cJSON_String;
+  cJSON_Delete(copy);
+  cJSON_Delete(o);
+  EXPECT_TRUE(linked(target) && text(target) == R"({"k":[1,2]})");
+  cJSON_Delete(target);
 }
 
 // NULL arguments are accepted everywhere: the calls do nothing, allocate
@@ -441,17 +418,16 @@ TEST(JsonTree, NullArguments) {
 // is a whole comment and an unclosed one runs to the end. Nothing past the
 // text's NUL is read or written.
 TEST(JsonTree, Minify) {
-  const std::string rows[][2] = {
-      {"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"},
-      {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
-      {R"({"s": "keep  // this /* too */ \" and \\"})", R"({"s":"keep  // this /* too */ \" and \\"})"},
-      {"/*/ 1", "1"},
-      {"[1/**/,2/*/*/]", "[1,2*/]"},
-      {"[1] /* never closed", "[1]"},
-      {"[1] // no line end", "[1]"},
-      {"\"a b", "\"a b"},
-      {"", ""},
-      {std::string("\"a \\\0\" x", 8), "\"a \\"}};
+  const std::string rows[][2] = {{"{ \"a\" :\t[1, 2]\r\n}", "{\"a\":[1,2]}"},
+                                 {"[1, // one\n 2 /* two */, 3]", "[1,2,3]"},
+                                 {R"(" // /* \" \\")", R"(" // /* \" \\")"},
+                                 {"/*/ 1", "1"},
+                                 {"[1/**/,2/*/*/]", "[1,2*/]"},
+                                 {"[1] /* never closed", "[1]"},
+                                 {"[1] // no line end", "[1]"},
+                                 {"\"a b", "\"a b"},
+                                 {"", ""},
+                                 {std::string("\"a \\\0\" x", 8), "\"a \\"}};
   for (const auto &[in, out] : rows) {
     std::string buf = in + '\0', want = buf;
     cJSON_Minify(buf.data());
@@ -464,6 +440,20 @@ TEST(JsonTree, Minify) {
 const char *const kSample = R"({"lanport":{"dlPortNum":1,"ulPortIfName":"eth0"},"l":[-1.5,"x\u00e9",null,true,{}]} x)";
 
 bool one_left_out(cJSON *array) { return !array || cJSON_GetArraySize(array) == 2; }
+
+cJSON *updated_string(cJSON *) {
+  cJSON *s = cJSON_CreateString("a");
+  cJSON_UpdateStringVal(s, "b");
+  return s;
+}
+
+cJSON *named_members(cJSON *) {
+  cJSON *o = cJSON_CreateObject(), *v = cJSON_CreateString("v");
+  cJSON_AddItemToObject(o, "name", v);
+  cJSON_AddItemReferenceToObject(o, "ref", v);
+  if (v && !v->string) cJSON_Delete(v);  // an item not taken is still ours
+  return o;
+}
 
 // Refusing any one allocation of an operation gives its documented result
 // and leaves nothing behind: NULL, except that an array constructor leaves
@@ -479,19 +469,8 @@ TEST(JsonAlloc, EveryAllocationMayFail) {
       {"duplicate", [](cJSON *sample) { return cJSON_Duplicate(sample, 1); }, [](cJSON *t) { return !t; }},
       {"int array", [](cJSON *) { return cJSON_CreateIntArray(kInts, 3); }, one_left_out},
       {"string array", [](cJSON *) { return cJSON_CreateStringArray(kStrings, 3); }, one_left_out},
-      {"string update",
-       [](cJSON *) {
-         cJSON *s = cJSON_CreateString("a");
-         return cJSON_UpdateStringVal(s, "b"), s;
-       },
-       [](cJSON *s) { return !s || !s->valuestring; }},
-      {"member names",
-       [](cJSON *) {
-         cJSON *o = cJSON_CreateObject(), *v = cJSON_CreateString("v");
-         cJSON_AddItemToObject(o, "name", v), cJSON_AddItemReferenceToObject(o, "ref", v);
-         return v && !v->string ? (cJSON_Delete(v), o) : o;  // an item not taken is still ours
-       },
-       [](cJSON *o) { return !o || cJSON_GetArraySize(o) < 2; }}};
+      {"string update", updated_string, [](cJSON *s) { return !s || !s->valuestring; }},
+      {"member names", named_members, [](cJSON *o) { return !o || cJSON_GetArraySize(o) < 2; }}};
   ScopedHooks hooks;
   cJSON *sample = cJSON_Parse(kSample);
   const long live = hooks.stats().live;
