@@ -53,22 +53,18 @@ std::string text(const RegCountry *c) {
   return line;
 }
 
-TEST(RegDb, TheRealDatabase) {
+// The real database loads (lint's tests read it country by country); a
+// missing file is named with its error.
+TEST(RegDb, TheRealDatabaseAndAMissingFile) {
   RegDb db;
   std::string error;
   ASSERT_TRUE(load_regdb(REGDB_FILE, &db, &error)) << error;
   EXPECT_EQ(db.version, 20u);
-  EXPECT_GT(db.countries.size(), 100u);
-  const struct {
-    const char *cc, *region, *rule;
-  } cases[] = {{"US", "US 1 ", "| 5250000-5350000 80000 2400 0x14 0"},
-               {"DE", "DE 2 ", "| 5470000-5725000 160000 2698 0x4 0"},  // 20 bytes long
-               {"JP", "JP 3 ", "| 2474000-2494000 20000 2000 0x1 0"}};
-  for (const auto &c : cases) {
-    const std::string line = text(db.find(c.cc));
-    EXPECT_TRUE(line.starts_with(c.region) && line.find(c.rule) != std::string::npos) << line;
-  }
+  EXPECT_EQ(text(db.find("DE")).find("DE 2 | "), 0u);
+  EXPECT_NE(text(db.find("DE")).find("| 5470000-5725000 160000 2698 0x4 0"), std::string::npos);  // 20 bytes long
   EXPECT_EQ(text(db.find("us")) + text(db.find("USA")), "absentabsent");
+  EXPECT_FALSE(load_regdb("/nonexistent.db", &db, &error));
+  EXPECT_EQ(error, "/nonexistent.db: No such file or directory");
 }
 
 TEST(RegDb, SmallImageRoundTrips) {
@@ -120,15 +116,6 @@ TEST(RegDb, DamagedImagesAreRefused) {
     EXPECT_FALSE(parse_regdb(image.data(), image.size(), &db, &error)) << c.name;
     EXPECT_NE(error.find(c.phrase), std::string::npos) << c.name << ": " << error;
     EXPECT_EQ(db.version, 1u) << c.name;  // untouched
-  }
-}
-
-TEST(RegDb, LoadNamesThePath) {
-  for (const std::string path : {"/nonexistent.db: No such file or directory", "/: Is a directory"}) {
-    RegDb db;
-    std::string error;
-    EXPECT_FALSE(load_regdb(path.substr(0, path.find(':')), &db, &error));
-    EXPECT_EQ(error, path);
   }
 }
 
