@@ -2,6 +2,8 @@
 // pseudo-terminal, and the GPIO lines against files in firmware trees: a
 // table per behaviour. In this program usleep returns at once and close can
 // be made to fail.
+#include "ble.h"
+
 #include <sys/syscall.h>
 #include <termios.h>
 #include <unistd.h>
@@ -10,7 +12,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include "ble.h"
 #include "support/ble_coprocessor.h"
 #include "support/model_tree.h"
 
@@ -24,13 +25,17 @@ extern "C" int usleep(useconds_t us) {
   return 0;
 }
 
-extern "C" int close(int fd) { return fd >= 0 && fd == g_fail_close ? (errno = EIO, -1) : static_cast<int>(syscall(SYS_close, fd)); }
+extern "C" int close(int fd) {
+  return fd >= 0 && fd == g_fail_close ? (errno = EIO, -1) : static_cast<int>(syscall(SYS_close, fd));
+}
 
 namespace {
 
 using Sim = BleCoprocessor;
 using Sent = std::vector<std::pair<uint16_t, Bytes>>;  // commands as (opcode, parameters)
-const std::string kErr = "[BLE_ERR][ble_", kCmd = kErr + "snd_cmd_hci_", kBadStatus = " status error, expect 0x00, return value:0xc \n\r\n";
+const std::string kErr = "[BLE_ERR][ble_", kCmd = kErr + "snd_cmd_hci_",
+                  kBadStatus = " status error, expect 0x00, return value:0xc \n\r\n";
+const std::string kRet2 = "return 0x2 \n\r\n";
 const std::string kBadExtStatus = kErr + "chk_resp_ext:263] response" + kBadStatus, kInvalid = "] invalid input\r\n";
 
 // The reply to a command: its vendor event for 0xFCxx, the short vendor
@@ -45,7 +50,13 @@ Bytes answer(uint16_t op, uint8_t status) {
 
 // Table rows: a call, its result and all it prints.
 #define CALL(...) [&] { return __VA_ARGS__; }
-struct Row { std::function<long()> call; long rc; std::string out; };
+// A ble_snd_cmd_hci_ call on the line and its name.
+#define CMD(name, ...) [&] { return ble_snd_cmd_hci_##name(fd_ __VA_OPT__(, ) __VA_ARGS__); }, #name ":"
+struct Row {
+  std::function<long()> call;
+  long rc;
+  std::string out = "";
+};
 void expect_rows(std::initializer_list<Row> rows) {
   for (const auto &r : rows) EXPECT_EQ(stdout_of([&] { EXPECT_EQ(r.call(), r.rc) << r.out; }), r.out);
 }
@@ -54,13 +65,18 @@ void expect_rows(std::initializer_list<Row> rows) {
 // with success unless a test queues another reply.
 class BleTest : public ::testing::Test {
  protected:
-  BleTest() { sim_.set_responder([](const HciCommand &c) { return Reply{answer(c.opcode, 0)}; }); }
-  void SetUp() override { ASSERT_GE(fd_ = ble_uart_open(sim_.device().c_str(), BLE_UART_MODE_1152000), 0); }
-  void TearDown() override { if (fd_ >= 0) ble_uart_close(fd_); }
+  void SetUp() override {
+    sim_.set_responder([](const HciCommand &c) { return Reply{answer(c.opcode, 0)}; });
+    ASSERT_GE(fd_ = ble_uart_open(sim_.device().c_str(), BLE_UART_MODE_1152000), 0);
+  }
+  void TearDown() override {
+    if (fd_ >= 0) ble_uart_close(fd_);
+  }
   // The commands sent since the last call (each answered, or followed by one that is).
   Sent sent() {
     Sent out;
-    for (auto all = sim_.commands(); seen_ < all.size(); ++seen_) out.emplace_back(all[seen_].opcode, all[seen_].params);
+    for (auto all = sim_.commands(); seen_ < all.size(); ++seen_)
+      out.emplace_back(all[seen_].opcode, all[seen_].params);
     return out;
   }
   void fail(uint16_t op) { sim_.reply(op, {answer(op, 0x0C)}); }  // the next reply to op has status 0x0C
@@ -74,11 +90,13 @@ class BleTest : public ::testing::Test {
 // Raw 8N1 at the mode's speed, reads waiting 0.2 s for a byte; the former
 // settings come back on close.
 TEST_F(BleTest, SettingsAreAppliedAndRestored) {
-  static termios before, now, after;  // zeroed, the padding too
+  static termios before, now, after;                  // zeroed, the padding too
   ASSERT_EQ(tcgetattr(Sim().line_fd(), &before), 0);  // a line as it comes
   ASSERT_EQ(tcgetattr(fd_, &now), 0);
-  EXPECT_EQ(std::tuple(now.c_iflag | now.c_oflag | now.c_lflag, now.c_cflag & (CSIZE | CSTOPB | CREAD | PARENB | CLOCAL | CRTSCTS), now.c_cc[VMIN], now.c_cc[VTIME]),
-            std::tuple(0u, tcflag_t(CS8 | CREAD), cc_t{0}, cc_t{2}));
+  const tcflag_t flags = now.c_iflag | now.c_oflag | now.c_lflag,
+                 mask = CSIZE | CSTOPB | CREAD | PARENB | CLOCAL | CRTSCTS;
+  EXPECT_EQ(std::tuple(flags, now.c_cflag & mask, now.c_cc[VMIN], now.c_cc[VTIME]),
+            std::tuple(0u, tcflag_t{CS8 | CREAD}, cc_t{0}, cc_t{2}));
 #ifndef APUTIL_TEST_EMULATED  // qemu-user does not carry the termios baud rates through
   EXPECT_EQ(std::pair(cfgetospeed(&now), cfgetispeed(&now)), std::pair(speed_t{B1152000}, speed_t{B1152000}));
 #endif
@@ -94,29 +112,43 @@ TEST_F(BleTest, SettingsAreAppliedAndRestored) {
 // vendor reply for status, packet type, code, and then as many bytes are read
 // as its length says, and no more.
 TEST_F(BleTest, FramingAndReplyChecks) {
-  const std::string c = kErr + "chk_resp", r = kErr + "rcv_cmd_", op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
+  const std::string c = kErr + "chk_resp", r = kErr + "rcv_cmd_",
+                    op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
   uint8_t buf[256] = {}, pin[] = {0x01, 0xA0, 0x20, 0x00}, p[8] = {0, 0, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE};
   auto read = [&](Bytes line) { return sim_.push(line), ble_rcv_cmd_resp(fd_, buf, 0xFF02); };
   expect_rows({
-      {CALL(ble_build_cmd(p, 0x20A0, 6, nullptr), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 2, 0xEE}), 1, ""},
-      {CALL(ble_build_cmd(p, 0x20A0, 2, pin + 1), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 0xFE, 0xEE}), 1, ""},
-      {CALL(ble_build_cmd_hci(p, 0xFC27, 7, 0x102, 0xFF, -1), Bytes(p, p + 8) == Bytes{1, 0x27, 0xFC, 3, 2, 0xFF, 0xFF, 0xEE}), 1, ""},
-      {CALL(ble_uart_read_byte(fd_)), 0, ""},  // nothing within 0.2 s
-      {CALL(sim_.push({0x42, 0x43, 0x44}), ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42, ""},  // count 0 still reads one byte
-      {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44, ""},  // the last byte
-      {CALL(ble_snd_cmd(fd_, pin, 0)), 0, ""},  // nothing written
-      {CALL(ble_snd_cmd(fd_, pin, 4)), 1, ""},  // the last byte write's result
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{1, 0xA0, 0x20, 0, 1, 0x0B, 0xFC, 0}), 1, ""},  // answered: all before it arrived
+      {CALL(ble_build_cmd(p, 0x20A0, 6, nullptr), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 2, 0xEE}), 1},
+      {CALL(ble_build_cmd(p, 0x20A0, 2, pin + 1), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 0xFE, 0xEE}), 1},
+      {CALL(ble_build_cmd_hci(p, 0xFC27, 7, 0x102, 0xFF, -1),
+            Bytes(p, p + 8) == Bytes{1, 0x27, 0xFC, 3, 2, 0xFF, 0xFF, 0xEE}),
+       1, ""},
+      // nothing within 0.2 s
+      {CALL(ble_uart_read_byte(fd_)), 0},
+      // count 0 still reads one byte
+      {CALL(sim_.push({0x42, 0x43, 0x44}), ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42},
+      // the last byte
+      {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44},
+      // nothing written
+      {CALL(ble_snd_cmd(fd_, pin, 0)), 0},
+      // the last byte write's result
+      {CALL(ble_snd_cmd(fd_, pin, 4)), 1},
+      // answered: all before it arrived
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{1, 0xA0, 0x20, 0, 1, 0x0B, 0xFC, 0}), 1},
       {CALL(ble_chk_resp(0x201E, Bytes{1, 0x1F, 0x20, 0x0C}.data())), 1, c + ":220] " + op},
       {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1F, 0x20}.data())), 1, c + "_ext:250] " + op},
-      {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1E, 0x20}.data())), 5, c + "_ext:256] eventCode error, expect 0x411, return value:0x412 \n\r\n"},
-      {CALL(sim_.push({0x02, 0x0E, 0x04, 0xAA}), ble_rcv_cmd_hci_resp(fd_, buf)), 5, r + "hci_resp:189] return msg type error!\r\n"},
-      {CALL(ble_uart_read_byte(fd_)), 0xAA, ""},  // left on the line
-      {CALL(read({0x04, 0xFF, 0x00, 0x02, 0xFF, 0x00, 0xAB})), 0, ""},  // length 0: nothing more
-      {CALL(ble_uart_read_byte(fd_)), 0xAB, ""},
+      {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1E, 0x20}.data())), 5,
+       c + "_ext:256] eventCode error, expect 0x411, return value:0x412 \n\r\n"},
+      {CALL(sim_.push({0x02, 0x0E, 0x04, 0xAA}), ble_rcv_cmd_hci_resp(fd_, buf)), 5,
+       r + "hci_resp:189] return msg type error!\r\n"},
+      // left on the line
+      {CALL(ble_uart_read_byte(fd_)), 0xAA},
+      // length 0: nothing more
+      {CALL(read({0x04, 0xFF, 0x00, 0x02, 0xFF, 0x00, 0xAB})), 0},
+      {CALL(ble_uart_read_byte(fd_)), 0xAB},
       {CALL(read({0x02, 0xFF, 0x00, 0x99, 0x99, 0x0C})), 2, r + "resp:137] response return" + kBadStatus},
       {CALL(read({0x02, 0xFF, 0x00, 0x99, 0x99, 0x00})), 5, r + "resp:143] return msg type error!\r\n"},
-      {CALL(read({0x04, 0xFF, 0x00, 0x99, 0x99, 0x00})), 1, r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
+      {CALL(read({0x04, 0xFF, 0x00, 0x99, 0x99, 0x00})), 1,
+       r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
   });
 }
 
@@ -145,14 +177,20 @@ TEST_F(BleTest, RefusalsAndLineFailures) {
       {CALL(ble_fac_peerdevice_connect(fd_, nullptr)), -1, kErr + "fac_peerdevice_connect:418" + kInvalid},
       {CALL(ble_fac_peerdevice_read_rssi(fd_, nullptr)), -1, kErr + "fac_peerdevice_read_rssi:438] input invalid\r\n"},
       {CALL(ble_fac_mac_get(fd_, nullptr)), -1, kErr + "fac_mac_get:457" + kInvalid},
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{0x01, 0x0B, 0xFC, 0x00}), 1, ""},  // nothing before
+      // nothing before
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{0x01, 0x0B, 0xFC, 0x00}), 1},
       {CALL(ble_uart_open("/none/tty", 0)), -1, kErr + "uart_open:156] sblUartOpen: /none/tty open failed\n\r\n"},
       {CALL(ble_uart_open(sim_.device().c_str(), 2)), -1, kErr + "uart_open:183] uartMode error: 2\n\r\n"},
-      {CALL(ble_uart_open("/dev/null", 0)), -1, kErr + "uart_open:163] sblUartOpen: tcgetattr error: -1\n\r\n"},  // no terminal (left open)
-      {CALL(stdin_copy = dup(0), close(0), ble_uart_open(sim_.device().c_str(), 1)), 0, ""},  // descriptor 0 is a line like any other
-      {CALL(ble_uart_close(0) == 1 && dup2(stdin_copy, 0) == 0 && close(stdin_copy) == 0), 1, ""},
-      {CALL(ble_uart_close(-1)), 0, kErr + "uart_close:129] SblUart_close: tcsetattr error: -1 Bad file descriptor\n\r\n"},
-      {CALL(fd = g_fail_close = ble_uart_open(sim_.device().c_str(), 0), rc = ble_uart_close(fd), g_fail_close = -1, close(fd) + rc), 0, kErr + "uart_close:138] SblUart_close: Port close failure: -1 Input/output error\n\r\n"},
+      {CALL(ble_uart_open("/dev/null", 0)), -1,
+       kErr + "uart_open:163] sblUartOpen: tcgetattr error: -1\n\r\n"},  // no terminal (left open)
+      // descriptor 0 is a line like any other
+      {CALL(stdin_copy = dup(0), close(0), ble_uart_open(sim_.device().c_str(), 1)), 0},
+      {CALL(ble_uart_close(0) == 1 && dup2(stdin_copy, 0) == 0 && close(stdin_copy) == 0), 1},
+      {CALL(ble_uart_close(-1)), 0,
+       kErr + "uart_close:129] SblUart_close: tcsetattr error: -1 Bad file descriptor\n\r\n"},
+      {CALL(fd = g_fail_close = ble_uart_open(sim_.device().c_str(), 0), rc = ble_uart_close(fd), g_fail_close = -1,
+            close(fd) + rc),
+       0, kErr + "uart_close:138] SblUart_close: Port close failure: -1 Input/output error\n\r\n"},
   });
 }
 
@@ -161,56 +199,56 @@ TEST_F(BleTest, RefusalsAndLineFailures) {
 TEST_F(BleTest, EveryCommandOnTheWire) {
   uint16_t count = 0;
   uint8_t mac[6] = {};
-  // The call, its command, its last line after a reply with status 0x0C.
-  const struct { std::function<uint32_t()> call; uint16_t opcode; Bytes params; std::string failure; } rows[] = {
-      {CALL(ble_snd_cmd_hci_gap_adv_disable(fd_)), 0xFF08, {}, "gap_adv_disable:128] response of Gap adv disable error, ret:2\r\n"},
-      {CALL(ble_snd_cmd_hci_gap_adv_enable(fd_)), 0xFF07, {}, "gap_adv_enable:145] response of Gap adv enable error, ret:2\r\n"},
-      {CALL(ble_snd_cmd_hci_get_macaddr(fd_, mac)), 0xFF02, {}, "get_macaddr:227] response of get ble mac address error, ret:2\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_set_max_dtm_txpower(fd_, 7)), 0xFC11, {7}, "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_tx_test(fd_, 19, 37, 2)), 0x201E, {19, 37, 2}, "tx_test:264] send tx test command error, return 2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_rx_test(fd_, 19)), 0x201D, {19}, "rx_test:281] send rx test command error, return 2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_enhanced_tx_test(fd_, 19, 37, 2, 1)), 0x2034, {19, 37, 2, 1}, "enhanced_tx_test:298] send tx test command error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_enhanced_rx_test(fd_, 19, 1)), 0x2033, {19, 1, 0}, "enhanced_rx_test:315] send rx test command error 2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_end_test(fd_, &count)), 0x201F, {}, "end_test:338] set tx power error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_set_txpower(fd_, 5)), 0xFC01, {5}, "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n"},
+  // The call and its name, its command, the end of its last line after a reply with status 0x0C.
+  const std::tuple<std::function<uint32_t()>, std::string, uint16_t, Bytes, std::string> rows[] = {
+      {CMD(gap_adv_disable), 0xFF08, {}, "128] response of Gap adv disable error, ret:2\r\n"},
+      {CMD(gap_adv_enable), 0xFF07, {}, "145] response of Gap adv enable error, ret:2\r\n"},
+      {CMD(get_macaddr, mac), 0xFF02, {}, "227] response of get ble mac address error, ret:2\r\n"},
+      {CMD(ext_set_max_dtm_txpower, 7), 0xFC11, {7}, "246] send tx power command error, return 2 \n\r\n"},
+      {CMD(tx_test, 19, 37, 2), 0x201E, {19, 37, 2}, "264] send tx test command error, return 2 \n\r\n"},
+      {CMD(rx_test, 19), 0x201D, {19}, "281] send rx test command error, return 2 \n\r\n"},
+      {CMD(enhanced_tx_test, 19, 37, 2, 1), 0x2034, {19, 37, 2, 1}, "298] send tx test command error, " + kRet2},
+      {CMD(enhanced_rx_test, 19, 1), 0x2033, {19, 1, 0}, "315] send rx test command error 2 \n\r\n"},
+      {CMD(end_test, &count), 0x201F, {}, "338] set tx power error, " + kRet2},
+      {CMD(ext_set_txpower, 5), 0xFC01, {5}, "356] set tx power error, " + kRet2},
       // The vendor commands put their arguments on the wire in reverse order.
-      {CALL(ble_snd_cmd_hci_ext_tx_test(fd_, 19, 3)), 0xFC08, {3, 19}, "ext_tx_test:374] extended tx test command send error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_rx_test(fd_, 19)), 0xFC0A, {19}, "ext_rx_test:391] extended rx test  command send error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_enhanced_tx_test(fd_, 19, 2, 3)), 0xFC27, {3, 2, 19}, "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_enhanced_rx_test(fd_, 19, 2)), 0xFC29, {2, 19}, "ext_enhanced_rx_test:425] extended rx test  command send error, return 0x2 \n\r\n"},
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0xFC0B, {}, "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n"},
+      {CMD(ext_tx_test, 19, 3), 0xFC08, {3, 19}, "374] extended tx test command send error, " + kRet2},
+      {CMD(ext_rx_test, 19), 0xFC0A, {19}, "391] extended rx test  command send error, " + kRet2},
+      {CMD(ext_enhanced_tx_test, 19, 2, 3), 0xFC27, {3, 2, 19}, "408] extended tx test  command send error, " + kRet2},
+      {CMD(ext_enhanced_rx_test, 19, 2), 0xFC29, {2, 19}, "425] extended rx test  command send error, " + kRet2},
+      {CMD(ext_end_test), 0xFC0B, {}, "442] extended test end command send error, " + kRet2},
   };
-  for (const auto &r : rows) {
-    fail(r.opcode);
-    const std::string check = r.opcode >> 8 == 0xFC ? kBadExtStatus : kErr + (r.opcode >> 8 == 0xFF ? "rcv_cmd_resp:137" : "chk_resp:226") + "] response return" + kBadStatus;
-    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(r.call(), 2u); }), check + kCmd + r.failure);
-    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(r.call(), 0u); }), "");
-    EXPECT_EQ(sent(), Sent(2, {r.opcode, r.params})) << r.failure;
+  for (const auto &[call, name, opcode, params, failure] : rows) {
+    fail(opcode);
+    const std::string plain = kErr + (opcode >> 8 == 0xFF ? "rcv_cmd_resp:137" : "chk_resp:226") + "] response return";
+    const std::string check = opcode >> 8 == 0xFC ? kBadExtStatus : plain + kBadStatus;
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(call(), 2u); }), check + kCmd + name + failure);
+    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(call(), 0u); }), "");
+    EXPECT_EQ(sent(), Sent(2, {opcode, params})) << name;
   }
-  EXPECT_EQ(std::pair(Bytes(mac, mac + 6), count), std::pair(Bytes{1, 2, 3, 4, 5, 6}, uint16_t{0x1234}));  // in the order received
+  // in the order received
+  EXPECT_EQ(std::pair(Bytes(mac, mac + 6), count), std::pair(Bytes{1, 2, 3, 4, 5, 6}, uint16_t{0x1234}));
 }
 
-// Ten readings; a reading of 127 or a reply of another command (0 below)
+// Ten readings (padded with 127 below); a reading of 127 or a reply of another command (0 below)
 // does not count. The average is cut toward zero; -100 when no reading
 // counts or they sum to 0.
 TEST_F(BleTest, RssiAveraging) {
-  const std::string invalid = "[BLE_DBG][ble_snd_cmd_hci_read_rssi:186] invalid rssi\r\n", other = kErr + "chk_resp:220] opCmdCode error, "
-      "expect 0x1405, return value:0x201d \n\r\n[BLE_DBG][ble_snd_cmd_hci_read_rssi:180] received irrelevant information, ignore\r\n";
-  const struct { std::vector<int> readings; int32_t rssi; } rows[] = {
-      {{127, 127, 127, 127, 127, 127, 127, 127, 127, 127}, -100},
-      {{-40, -41, 127, 127, 127, 127, 127, 127, 127, 127}, -40},
-      {{5, -5, 127, 127, 127, 127, 127, 127, 127, 127}, -100},
-      {{0, -50, -60, -70, 0, 127, -20, -30, -40, -50}, -45},
-  };
-  for (const auto &r : rows) {
+  const std::string dbg = "[BLE_DBG][ble_snd_cmd_hci_read_rssi:", invalid = dbg + "186] invalid rssi\r\n",
+                    other = kErr + "chk_resp:220] opCmdCode error, expect 0x1405, return value:0x201d \n\r\n" + dbg +
+                            "180] received irrelevant information, ignore\r\n";
+  const std::pair<std::vector<int>, int32_t> rows[] = {
+      {{}, -100}, {{-40, -41}, -40}, {{5, -5}, -100}, {{0, -50, -60, -70, 0, 127, -20, -30, -40, -50}, -45}};
+  for (auto [readings, want] : rows) {
     std::string notes;
-    for (int v : r.readings) {
+    readings.resize(10, 127);
+    for (int v : readings) {
       sim_.reply(0x1405, {v ? Sim::command_complete(0x1405, 0, {1, 2, uint8_t(v)}) : Sim::command_complete(0x201D, 0)});
       notes += v == 127 ? invalid : v ? "" : other;
     }
     int32_t rssi = 1;
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_snd_cmd_hci_read_rssi(fd_, 0x0201, &rssi), 0u); }), notes);
-    EXPECT_EQ(std::pair(rssi, sent()), std::pair(r.rssi, Sent(10, {0x1405, {0x01, 0x02}})));
+    EXPECT_EQ(std::pair(rssi, sent()), std::pair(want, Sent(10, {0x1405, {0x01, 0x02}})));
   }
 }
 
@@ -221,31 +259,55 @@ TEST_F(BleTest, RssiAveraging) {
 TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
   uint8_t peer[6] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
   uint16_t handle = 0xBEEF;
-  auto link = [](size_t at = 0, uint8_t v = 5) { Bytes b = {5, 6, 0, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12}; b[at] = v; return b; };
+  auto link = [](size_t at = 0, uint8_t v = 5) {
+    Bytes b = {5, 6, 0, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12};
+    b[at] = v;
+    return b;
+  };
   auto queue = [&](uint16_t op, uint8_t status, const Bytes &event) {  // the command status, then the event
     Bytes b = Sim::vendor_event(BLE_EVT_CMD_STATUS, status, op), e = event.empty() ? Bytes{} : Sim::event(0xFF, event);
     b.insert(b.end(), e.begin(), e.end());
     sim_.reply(op, {b});
   };
-  auto connect = [&](uint8_t status, const Bytes &event) { return queue(0xFE62, status, event), ble_snd_cmd_hci_peerdevice_connect(fd_, peer, &handle); };
-  auto fac = [&](uint8_t init, const Bytes &event) { return queue(0xFE00, 0, {init, 6, 0}), queue(0xFE62, 0, event), ble_fac_peerdevice_connect(fd_, peer); };
-  const std::string in = kCmd + "gap_device_init:", pc = kCmd + "peerdevice_connect:", f = kErr + "fac_peerdevice_connect:";
+  auto init = [&](uint8_t status, const Bytes &event) {
+    queue(0xFE00, status, event);
+    return ble_snd_cmd_hci_gap_device_init(fd_);
+  };
+  auto connect = [&](uint8_t status, const Bytes &event) {
+    queue(0xFE62, status, event);
+    return ble_snd_cmd_hci_peerdevice_connect(fd_, peer, &handle);
+  };
+  auto fac = [&](uint8_t init, const Bytes &event) {  // GAP init, then the connection
+    queue(0xFE00, 0, {init, 6, 0});
+    queue(0xFE62, 0, event);
+    return ble_fac_peerdevice_connect(fd_, peer);
+  };
+  const std::string in = kCmd + "gap_device_init:", pc = kCmd + "peerdevice_connect:",
+                    f = kErr + "fac_peerdevice_connect:", wrong = pc + "537] connected the wrong device\r\n",
+                    evt = in + "478] Gap Device Init evevt error, return 0x0 \n\r\n",
+                    failed = " opearation failed, return 5\r\n";
   expect_rows({
-      {CALL(queue(0xFE00, 0, {1, 6, 0}), ble_snd_cmd_hci_gap_device_init(fd_)), 5, in + "478] Gap Device Init evevt error, return 0x0 \n\r\n"},
-      {CALL(queue(0xFE00, 0, {0, 6, 0x11}), ble_snd_cmd_hci_gap_device_init(fd_)), 5, in + "483] Gap Device Init status error, return 0x0 \n\r\n"},
-      {CALL(queue(0xFE00, 0x0C, {}), ble_snd_cmd_hci_gap_device_init(fd_)), 2, kBadExtStatus + in + "471] Gap Device Init error, return 0x2 \n\r\n"},
+      {CALL(init(0, {1, 6, 0})), 5, evt},
+      {CALL(init(0, {0, 6, 0x11})), 5, in + "483] Gap Device Init status error, return 0x0 \n\r\n"},
+      {CALL(init(0x0C, {})), 2, kBadExtStatus + in + "471] Gap Device Init error, " + kRet2},
       {CALL(connect(0, link(0, 4))), 5, pc + "526] obtain establish perperity evevt error, return 0x0 \r\n"},
       {CALL(connect(0, link(2, 0x3E))), 5, pc + "531] obtain establish perperity  status error, return 0x0 \r\n"},
-      {CALL(connect(0, link(9, 0x67))), 5, pc + "537] connected the wrong device\r\n"},
-      {CALL(connect(0x0C, {})), 2, kBadExtStatus + pc + "519] send Conect Peer Device command error, return 0x2 \n\r\n"},
-      {CALL(handle), 0xBEEF, ""},  // not written
-      {CALL(queue(0xFE00, 0, {0, 6, 0}), ble_snd_cmd_hci_gap_device_init(fd_)), 0, ""},
-      {CALL(connect(0, link()), handle), 0x1234, ""},
-      {CALL(fac(0, link())), -1, pc + "537] connected the wrong device\r\n[BLE_ERR][_ble_connect_peerdevice:189] peer device connecting opearation failed, return 5\r\n" + f + "428] peer device connect error\r\n"},
-      {CALL(fac(0, link(10, 0x21))), 0, ""},  // the peer reversed back, as the link names it
-      {CALL(fac(1, link())), -1, in + "478] Gap Device Init evevt error, return 0x0 \n\r\n[BLE_ERR][_ble_gap_device_init:171] Gap device initt opearation failed, return 5\r\n" + f + "423] Gap init error error\r\n"},
+      {CALL(connect(0, link(9, 0x67))), 5, wrong},
+      {CALL(connect(0x0C, {})), 2, kBadExtStatus + pc + "519] send Conect Peer Device command error, " + kRet2},
+      // not written
+      {CALL(handle), 0xBEEF},
+      {CALL(init(0, {0, 6, 0})), 0},
+      {CALL(connect(0, link()) == 0 ? handle : -1), 0x1234},
+      {CALL(fac(0, link())), -1,
+       wrong + "[BLE_ERR][_ble_connect_peerdevice:189] peer device connecting" + failed + f +
+           "428] peer device connect error\r\n"},
+      // the peer reversed back, as the link names it
+      {CALL(fac(0, link(10, 0x21))), 0},
+      {CALL(fac(1, link())), -1,
+       evt + "[BLE_ERR][_ble_gap_device_init:171] Gap device initt" + failed + f + "423] Gap init error error\r\n"},
   });
-  const std::pair<uint16_t, Bytes> i{0xFE00, {8, 0, 0, 0, 0, 0, 0, 0}}, c{0xFE62, {0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 1, 0, 0}},
+  const std::pair<uint16_t, Bytes> i{0xFE00, {8, 0, 0, 0, 0, 0, 0, 0}},
+      c{0xFE62, {0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 1, 0, 0}},
       r{0xFE62, {0, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11, 1, 0, 0}};
   EXPECT_EQ(sent(), (Sent{i, i, i, c, c, c, c, i, c, i, r, i, c, i}));
   int32_t rssi = 0;
@@ -263,8 +325,11 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
 TEST_F(BleTest, FactoryCodesAndResults) {
   const int32_t dbm[] = {-20, -18, -15, -12, -10, -9, -6, -5, -3, 0, 1, 2, 3, 4, 5, 14, 15, 16, 17, 18, 19, 20, 6, 21};
   for (uint8_t i = 0; i < 24; ++i) {  // codes 0-21 in order, then two unknown values; payloads 0-7 kept
-    EXPECT_EQ((std::vector{ble_fac_tx_test(fd_, 19, dbm[i], 37, i, 23), ble_fac_ext_tx_test(fd_, 19, dbm[i], 23, 3)}), (std::vector{0, 0}));
-    EXPECT_EQ(sent(), (Sent{{0xFC11, {uint8_t(i < 22 ? i : 0)}}, {0x201E, {19, 37, uint8_t(i < 8 ? i : 0)}}, {0xFC01, {uint8_t(i < 22 ? i : 0)}}, {0xFC08, {3, 19}}}));
+    const uint8_t code = i < 22 ? i : 0, payload = i < 8 ? i : 0;
+    const Sent want = {{0xFC11, {code}}, {0x201E, {19, 37, payload}}, {0xFC01, {code}}, {0xFC08, {3, 19}}};
+    EXPECT_EQ(ble_fac_tx_test(fd_, 19, dbm[i], 37, i, 23), 0);
+    EXPECT_EQ(ble_fac_ext_tx_test(fd_, 19, dbm[i], 23, 3), 0);
+    EXPECT_EQ(sent(), want) << int(i);
   }
   const uint8_t phy[] = {24, 25, 26, 27}, tx[] = {2, 3, 4, 0}, rx[] = {2, 3, 3, 0}, vendor[] = {1, 2, 6, 0};
   for (int i = 0; i < 4; ++i) {
@@ -272,19 +337,32 @@ TEST_F(BleTest, FactoryCodesAndResults) {
     ble_fac_rx_test(fd_, 5, phy[i]);
     ble_fac_ext_tx_test(fd_, 19, 0, phy[i], 1);
     ble_fac_ext_rx_test(fd_, 19, phy[i]);
-    EXPECT_EQ(sent(), (Sent{{0xFC11, {9}}, {0x2034, {19, 37, 2, tx[i]}}, {0x2033, {5, rx[i], 0}}, {0xFC01, {9}}, {0xFC27, {1, vendor[i], 19}}, {0xFC29, {vendor[i], 19}}}));
+    const Sent want = {{0xFC11, {9}}, {0x2034, {19, 37, 2, tx[i]}}, {0x2033, {5, rx[i], 0}},
+                       {0xFC01, {9}}, {0xFC27, {1, vendor[i], 19}}, {0xFC29, {vendor[i], 19}}};
+    EXPECT_EQ(sent(), want) << i;
   }
   const std::string f = kErr + "fac_";
   expect_rows({
-      {CALL(ble_fac_rx_test(fd_, 5, 23)), 0, ""},
-      {CALL(ble_fac_ext_rx_test(fd_, 19, 23)), 0, ""},
-      {CALL(fail(0xFC11), ble_fac_tx_test(fd_, 1, 0, 37, 2, 23)), 2, kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + f + "tx_test:294] set hci tx power error, return 0x2\r\n"},
-      {CALL(fail(0xFC01), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 2, kBadExtStatus + kCmd + "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n" + f + "ext_tx_test:361] set extend tx power error, return:2\r\n"},
-      {CALL(fail(0xFC27), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 0, kBadExtStatus + kCmd + "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
-      {CALL(sim_.reply(0xFC0A, {}), ble_fac_ext_rx_test(fd_, 1, 23)), 0, kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n" + kCmd + "ext_rx_test:391] extended rx test  command send error, return 0x5 \n\r\n"},  // silence reads as zeros
-      {CALL(fail(0xFC0B), ble_fac_ext_end_test(fd_)), 2, kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + f + "ext_end_test:408] end test error, return 0x2\r\n"},
+      {CALL(ble_fac_rx_test(fd_, 5, 23)), 0},
+      {CALL(ble_fac_ext_rx_test(fd_, 19, 23)), 0},
+      {CALL(fail(0xFC11), ble_fac_tx_test(fd_, 1, 0, 37, 2, 23)), 2,
+       kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + f +
+           "tx_test:294] set hci tx power error, return 0x2\r\n"},
+      {CALL(fail(0xFC01), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 2,
+       kBadExtStatus + kCmd + "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n" + f +
+           "ext_tx_test:361] set extend tx power error, return:2\r\n"},
+      {CALL(fail(0xFC27), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 0,
+       kBadExtStatus + kCmd + "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
+      {CALL(sim_.reply(0xFC0A, {}), ble_fac_ext_rx_test(fd_, 1, 23)), 0,
+       kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n" + kCmd +
+           "ext_rx_test:391] extended rx test  command send error, return 0x5 \n\r\n"},  // silence reads as zeros
+      {CALL(fail(0xFC0B), ble_fac_ext_end_test(fd_)), 2,
+       kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + f +
+           "ext_end_test:408] end test error, return 0x2\r\n"},
   });
-  EXPECT_EQ(sent(), (Sent{{0x201D, {5}}, {0xFC0A, {19}}, {0xFC11, {9}}, {0xFC01, {9}}, {0xFC01, {9}}, {0xFC27, {1, 6, 1}}, {0xFC0A, {1}}, {0xFC0B, {}}}));
+  const Sent want = {{0x201D, {5}}, {0xFC0A, {19}},      {0xFC11, {9}}, {0xFC01, {9}},
+                     {0xFC01, {9}}, {0xFC27, {1, 6, 1}}, {0xFC0A, {1}}, {0xFC0B, {}}};
+  EXPECT_EQ(sent(), want);
 }
 
 // Drive the request line (level 1 high, 0 low, else nothing), then both
@@ -292,7 +370,8 @@ TEST_F(BleTest, FactoryCodesAndResults) {
 TEST_F(BleTest, CoexistenceCheck) {
   FirmwareRoot root;
   auto lines = [&](const char *req, const char *pri, int32_t level) {  // nullptr: no such file
-    for (auto [file, text] : {std::pair{"/proc/morvik_gpio/ble_coex_req", req}, {"/proc/morvik_gpio/ble_coex_pri", pri}})
+    for (auto [file, text] :
+         {std::pair{"/proc/morvik_gpio/ble_coex_req", req}, {"/proc/morvik_gpio/ble_coex_pri", pri}})
       text ? root.write(file, text) : static_cast<void>(std::filesystem::remove(root.host(file)));
     return ble_fac_coex_gpio_ctl(fd_, level);
   };
@@ -302,14 +381,18 @@ TEST_F(BleTest, CoexistenceCheck) {
       {CALL(lines("", nullptr, 1)), -1, e + "256] read ble req gpio file error\r\n"},
       {CALL(lines("1\n", nullptr, 1)), -1, e + "263] open ble coex pri gpio file failed\r\n"},
       {CALL(lines("1\n", "", 1)), -1, e + "270] read ble pri gpio file error\r\n"},
-      {CALL(lines("1\n", "1\n", 1)), 0, ""},
+      {CALL(lines("1\n", "1\n", 1)), 0},
       {CALL(lines("1\n", "1\n", 0)), -1, e + x + "req:1, pri:1; expectation:  req:0, pri:0\r\n"},
       {CALL(lines("1", "0", 1)), -1, e + x + "req:1, pri:0; expectation:  req:1, pri:1\r\n"},
-      {CALL(lines("0", "0", 0)), 0, ""},
-      {CALL(lines("2", "2", 2)), 0, ""},
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0, ""},  // answered: all before it has arrived
+      {CALL(lines("0", "0", 0)), 0},
+      {CALL(lines("2", "2", 2)), 0},
+      // answered: all before it has arrived
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0},
   });
-  EXPECT_EQ(sent(), (Sent{{0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}}, {0x20A1, {}}, {0x20A0, {}}, {0x20A1, {}}, {0xFC0B, {}}}));  // pins high, low
+  // pins high, low
+  const Sent want = {{0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}}, {0x20A0, {}},
+                     {0x20A1, {}}, {0x20A0, {}}, {0x20A1, {}}, {0xFC0B, {}}};
+  EXPECT_EQ(sent(), want);
 }
 
 // Each sequence as the lines' states (backdoor, reset, ptm: "on", "of"(f), or
@@ -323,25 +406,29 @@ TEST(BleGpio, LineSequences) {
   ASSERT_LT(b.size(), 200u);
   std::string root, states;
   g_on_usleep = [&](long us) {
-    for (const char *line : {"backdoor", "reset", "ptm"}) states += (read_file(root + "/proc/morvik_gpio/ble_" + line) + "-").substr(0, 2) + " ";
+    for (const char *line : {"backdoor", "reset", "ptm"})
+      states += (read_file(root + "/proc/morvik_gpio/ble_" + line) + "-").substr(0, 2) + " ";
     states += std::to_string(us / 1000) + ", ";
   };
-  const struct { std::string root; void (*run)(); std::string states; } rows[] = {
+  const std::tuple<std::string, void (*)(), std::string> rows[] = {
       {b + "/a", ble_gpio_bootloader_prep, "- - - 200, on - - 200, on on - 200, on of - 200, of of - 200, "},
       {b + "/b", ble_gpio_fac_init, "- - - 200, - - on 200, - on on 200, - of on 400, "},
       {b + "/c", ble_gpio_fac_deinit, "- - - 200, - - of 200, - on of 200, - of of 400, "},
-      {b + "/it's $(touch " + b + "/INJECTED) `touch " + b + "/INJECTED2`", ble_gpio_fac_init, "- - - 200, - - on 200, - on on 200, - of on 400, "},
+      {b + "/it's $(touch " + b + "/INJECTED) `touch " + b + "/INJECTED2`", ble_gpio_fac_init,
+       "- - - 200, - - on 200, - on on 200, - of on 400, "},
       // "echo on > '<root>/proc/morvik_gpio/ble_reset'" has 255 characters, the "off" one 256.
       {b + "/" + std::string(215 - b.size(), 'p'), ble_gpio_reset, "- - - 200, - on - 200, - on - 400, "},
       // Cut to 255 characters, "echo off > '<A>'\''x/..." would write to A, beside the tree.
       {b + "/" + std::string(241 - b.size(), 'q') + "'x", ble_gpio_reset, "- - - 200, - - - 200, - - - 400, "},
   };
-  for (const auto &r : rows) {
-    std::filesystem::create_directories((root = r.root) + "/proc/morvik_gpio");
+  long trees = 0;
+  for (const auto &[tree, run, want] : rows) {
+    std::filesystem::create_directories((root = tree) + "/proc/morvik_gpio");
     setenv("APUTIL_SYSROOT", root.c_str(), 1);
-    r.run();
-    EXPECT_EQ(std::exchange(states, ""), r.states);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(b), {}), &r - rows + 1);  // nothing but the trees
+    run();
+    EXPECT_EQ(std::exchange(states, ""), want);
+    // nothing but the trees
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(b), {}), ++trees);
   }
   g_on_usleep = nullptr;
 }
