@@ -76,13 +76,12 @@ TEST(Base64, DecodingRules) {
 TEST(Base64, CapacityAndAssertions) {
   char out[8];
   EXPECT_EQ(enc("abc", 5) + " " + enc("abc", 4) + " " + std::to_string(b64_encode(out, 4, nullptr, 3)), "YWJj -1 0");
-  EXPECT_DEATH(b64_encode(nullptr, 4, bytes_of("a"), 1),
-               "base64.c:126: b64_encode: Assertion `dst != NULL && dstlen > 0 && srclen >= 0' failed");
-  EXPECT_DEATH(b64_encode(out, 0, bytes_of("a"), 1), "base64.c:126: b64_encode: Assertion");
-  EXPECT_DEATH(b64_encode(out, 8, nullptr, -1), "base64.c:126: b64_encode: Assertion");
-  EXPECT_DEATH(b64_decode(nullptr, 4, "TWFu", 4),
-               "base64.c:65: b64_decode: Assertion `dst != NULL && dstlen > 0' failed");
-  EXPECT_DEATH(b64_decode(reinterpret_cast<uint8_t *>(out), 0, "TWFu", 4), "base64.c:65: b64_decode: Assertion");
+  const std::string e = "base64.c:126: b64_encode: Assertion", d = "base64.c:65: b64_decode: Assertion";
+  EXPECT_DEATH(b64_encode(nullptr, 4, bytes_of("a"), 1), e + " `dst != NULL && dstlen > 0 && srclen >= 0' failed");
+  EXPECT_DEATH(b64_encode(out, 0, bytes_of("a"), 1), e);
+  EXPECT_DEATH(b64_encode(out, 8, nullptr, -1), e);
+  EXPECT_DEATH(b64_decode(nullptr, 4, "TWFu", 4), d + " `dst != NULL && dstlen > 0' failed");
+  EXPECT_DEATH(b64_decode(reinterpret_cast<uint8_t *>(out), 0, "TWFu", 4), d);
 }
 
 // Long inputs go through whole blocks at a time: every length encodes as
@@ -91,10 +90,8 @@ TEST(Base64, CapacityAndAssertions) {
 TEST(Base64, LongInputs) {
   std::mt19937 rng(7);
   std::string bytes = noise(400), coded(600, '\0');
-  auto openssl = [&](size_t n) {
-    return coded.substr(
-        0, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(coded.data()), bytes_of(bytes), static_cast<int>(n)));
-  };
+  uint8_t *to = reinterpret_cast<uint8_t *>(coded.data());
+  auto openssl = [&](size_t n) { return coded.substr(0, EVP_EncodeBlock(to, bytes_of(bytes), static_cast<int>(n))); };
   for (size_t n = 0; n <= 400; n += n < 100 ? 1 : 37) both_ways(bytes.substr(0, n), openssl(n));
   for (int round = 0; round < 2000; ++round) {  // with a stray character: its group decodes as it would alone
     std::string text = openssl(3 + rng() % 390);
@@ -141,8 +138,8 @@ int int_match(const void *e, const void *k) { return *static_cast<const int *>(e
 // pointers; NULL refused; a cluster that wraps past the last slot.
 TEST(Hash, SizesIdentityAndClusters) {
   hash_table_t *t = hash_new(int_hash, int_hash, int_match);
-  int v[40], a = 5, b = 5,
-             e[5] = {27, 28, 56, 57, 0};  // e: homes 27, 28, 27, 28, 0 in 29 slots: the cluster wraps to 0..2
+  // e: homes 27, 28, 27, 28, 0 in 29 slots: the cluster wraps to 0..2.
+  int v[40], a = 5, b = 5, e[5] = {27, 28, 56, 57, 0};
   std::iota(v, v + 40, 0);
   // Over elements [from, to) of els: how many hash_add ('+') or hash_remove ('-') takes, then the size; or how many
   // hash_get finds ('?').
@@ -218,26 +215,27 @@ TEST(Hash, ByteStringHashValues) {
 
 // ---- memory pool ----
 
+// The index of block b from base, -1 for none.
+long index_of(void *b, char *base, long size) { return b ? (static_cast<char *>(b) - base) / size : -1; }
+
 // Blocks come in address order, then the freed ones first in, first out;
 // the links of a free block may sit unaligned (strides 17, 20, 23).
 TEST(MemPool, BlocksNamesAndRefusals) {
   for (long size : {32, 17, 20, 23}) {
     mem_pool_t *pool = mem_pool_create("records", static_cast<uint32_t>(size), 3);
     char *base = static_cast<char *>(pool->blocks);
-    auto at = [&] {  // the block's index
-      char *b = static_cast<char *>(mem_pool_alloc(pool));
-      return b ? (b - base) / size : -1;
-    };
+    auto at = [&] { return index_of(mem_pool_alloc(pool), base, size); };
     auto put = [&](std::initializer_list<long> blocks) {
       for (long b : blocks) mem_pool_free(pool, base + b * size);
       return long{pool->usedCount};
     };
-    std::vector<long> got;  // none out at the end: the extra free changed nothing
+    // Three blocks out, none left; two back, out again; all back (none out
+    // at the end: the extra free changed nothing).
+    std::vector<long> got, want = {0, 1, 2, -1, 1, 1, 0, 0, 0};
     const std::string out = stdout_of([&] {
       got = {at(), at(), at(), at(), put({1, 0}), at(), at(), put({0, 1, 2, 2}), at()};
     });
-    EXPECT_EQ(std::pair(got, out),
-              std::pair(std::vector<long>{0, 1, 2, -1, 1, 1, 0, 0, 0}, std::string("no free block.\r\n")));
+    EXPECT_EQ(std::pair(got, out), std::pair(want, std::string("no free block.\r\n")));
     mem_pool_free(pool, nullptr);
     mem_pool_free(nullptr, base);
     EXPECT_EQ(mem_pool_alloc(nullptr), nullptr);
