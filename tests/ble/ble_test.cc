@@ -26,7 +26,9 @@ extern "C" int usleep(useconds_t us) {
 }
 
 extern "C" int close(int fd) {
-  return fd >= 0 && fd == g_fail_close ? (errno = EIO, -1) : static_cast<int>(syscall(SYS_close, fd));
+  if (fd < 0 || fd != g_fail_close) return static_cast<int>(syscall(SYS_close, fd));
+  errno = EIO;
+  return -1;
 }
 
 namespace {
@@ -35,8 +37,8 @@ using Sim = BleCoprocessor;
 using Sent = std::vector<std::pair<uint16_t, Bytes>>;  // commands as (opcode, parameters)
 const std::string kErr = "[BLE_ERR][ble_", kCmd = kErr + "snd_cmd_hci_",
                   kBadStatus = " status error, expect 0x00, return value:0xc \n\r\n";
-const std::string kRet2 = "return 0x2 \n\r\n";
-const std::string kBadExtStatus = kErr + "chk_resp_ext:263] response" + kBadStatus, kInvalid = "] invalid input\r\n";
+const std::string kBadExtStatus = kErr + "chk_resp_ext:263] response" + kBadStatus, kInvalid = "] invalid input\r\n",
+                  kRet2 = "return 0x2 \n\r\n";
 
 // The reply to a command: its vendor event for 0xFCxx, the short vendor
 // reply for 0xFFxx (address 1..6 after status 0), nothing for the
@@ -50,6 +52,11 @@ Bytes answer(uint16_t op, uint8_t status) {
 
 // Table rows: a call, its result and all it prints.
 #define CALL(...) [&] { return __VA_ARGS__; }
+#define VOID(...) \
+  [&] {           \
+    __VA_ARGS__;  \
+    return 0L;    \
+  }
 // A ble_snd_cmd_hci_ call on the line and its name.
 #define CMD(name, ...) [&] { return ble_snd_cmd_hci_##name(fd_ __VA_OPT__(, ) __VA_ARGS__); }, #name ":"
 struct Row {
@@ -79,7 +86,17 @@ class BleTest : public ::testing::Test {
       out.emplace_back(all[seen_].opcode, all[seen_].params);
     return out;
   }
-  void fail(uint16_t op) { sim_.reply(op, {answer(op, 0x0C)}); }  // the next reply to op has status 0x0C
+  // The line, with bytes waiting on it.
+  int waiting(const Bytes &bytes) {
+    sim_.push(bytes);
+    return fd_;
+  }
+  // The line, the next reply to op being r (for failing: one with status 0x0C).
+  int replying(uint16_t op, const Reply &r) {
+    sim_.reply(op, r);
+    return fd_;
+  }
+  int failing(uint16_t op) { return replying(op, {answer(op, 0x0C)}); }
   Sim sim_;
   int fd_ = -1;
   size_t seen_ = 0;
@@ -115,17 +132,18 @@ TEST_F(BleTest, FramingAndReplyChecks) {
   const std::string c = kErr + "chk_resp", r = kErr + "rcv_cmd_",
                     op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
   uint8_t buf[256] = {}, pin[] = {0x01, 0xA0, 0x20, 0x00}, p[8] = {0, 0, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE};
-  auto read = [&](Bytes line) { return sim_.push(line), ble_rcv_cmd_resp(fd_, buf, 0xFF02); };
+  auto read = [&](const Bytes &line) { return ble_rcv_cmd_resp(waiting(line), buf, 0xFF02); };
+  ble_build_cmd(p, 0x20A0, 6, nullptr);
+  EXPECT_EQ(Bytes(p, p + 5), (Bytes{1, 0xA0, 0x20, 2, 0xEE}));
+  ble_build_cmd(p, 0x20A0, 2, pin + 1);
+  EXPECT_EQ(Bytes(p, p + 5), (Bytes{1, 0xA0, 0x20, 0xFE, 0xEE}));
+  ble_build_cmd_hci(p, 0xFC27, 7, 0x102, 0xFF, -1);
+  EXPECT_EQ(Bytes(p, p + 8), (Bytes{1, 0x27, 0xFC, 3, 2, 0xFF, 0xFF, 0xEE}));
   expect_rows({
-      {CALL(ble_build_cmd(p, 0x20A0, 6, nullptr), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 2, 0xEE}), 1},
-      {CALL(ble_build_cmd(p, 0x20A0, 2, pin + 1), Bytes(p, p + 5) == Bytes{1, 0xA0, 0x20, 0xFE, 0xEE}), 1},
-      {CALL(ble_build_cmd_hci(p, 0xFC27, 7, 0x102, 0xFF, -1),
-            Bytes(p, p + 8) == Bytes{1, 0x27, 0xFC, 3, 2, 0xFF, 0xFF, 0xEE}),
-       1, ""},
       // nothing within 0.2 s
       {CALL(ble_uart_read_byte(fd_)), 0},
       // count 0 still reads one byte
-      {CALL(sim_.push({0x42, 0x43, 0x44}), ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42},
+      {CALL(ble_uart_read_bytes_multi(waiting({0x42, 0x43, 0x44}), buf, 0)), 0x42},
       // the last byte
       {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44},
       // nothing written
@@ -133,12 +151,12 @@ TEST_F(BleTest, FramingAndReplyChecks) {
       // the last byte write's result
       {CALL(ble_snd_cmd(fd_, pin, 4)), 1},
       // answered: all before it arrived
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{1, 0xA0, 0x20, 0, 1, 0x0B, 0xFC, 0}), 1},
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0},
       {CALL(ble_chk_resp(0x201E, Bytes{1, 0x1F, 0x20, 0x0C}.data())), 1, c + ":220] " + op},
       {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1F, 0x20}.data())), 1, c + "_ext:250] " + op},
       {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1E, 0x20}.data())), 5,
        c + "_ext:256] eventCode error, expect 0x411, return value:0x412 \n\r\n"},
-      {CALL(sim_.push({0x02, 0x0E, 0x04, 0xAA}), ble_rcv_cmd_hci_resp(fd_, buf)), 5,
+      {CALL(ble_rcv_cmd_hci_resp(waiting({0x02, 0x0E, 0x04, 0xAA}), buf)), 5,
        r + "hci_resp:189] return msg type error!\r\n"},
       // left on the line
       {CALL(ble_uart_read_byte(fd_)), 0xAA},
@@ -150,16 +168,16 @@ TEST_F(BleTest, FramingAndReplyChecks) {
       {CALL(read({0x04, 0xFF, 0x00, 0x99, 0x99, 0x00})), 1,
        r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
   });
+  EXPECT_EQ(sim_.received(), (Bytes{1, 0xA0, 0x20, 0, 1, 0x0B, 0xFC, 0}));
 }
 
 // Every NULL argument is refused with a message, before anything is sent;
 // so are failures to open and close the line.
 TEST_F(BleTest, RefusalsAndLineFailures) {
   uint16_t h = 0;
-  int stdin_copy = -1, fd = -1, rc = 0;
   expect_rows({
-      {CALL(ble_build_cmd(nullptr, 1, 4, nullptr), 0), 0, kErr + "build_cmd:50" + kInvalid},
-      {CALL(ble_build_cmd_hci(nullptr, 1, 4), 0), 0, kErr + "build_cmd_hci:69" + kInvalid},
+      {VOID(ble_build_cmd(nullptr, 1, 4, nullptr)), 0, kErr + "build_cmd:50" + kInvalid},
+      {VOID(ble_build_cmd_hci(nullptr, 1, 4)), 0, kErr + "build_cmd_hci:69" + kInvalid},
       {CALL(ble_snd_cmd(0, nullptr, 4)), -1, kErr + "snd_cmd:94" + kInvalid},
       {CALL(ble_uart_read_bytes_multi(fd_, nullptr, 1)), 0, kErr + "uart_read_bytes_multi:108" + kInvalid},
       {CALL(ble_rcv_cmd_hci_resp(fd_, nullptr)), 3, kErr + "rcv_cmd_hci_resp:172" + kInvalid},
@@ -172,26 +190,32 @@ TEST_F(BleTest, RefusalsAndLineFailures) {
       {CALL(ble_snd_cmd_hci_end_test(fd_, nullptr)), 3, kCmd + "end_test:328] input invalid\r\n"},
       {CALL(ble_snd_cmd_hci_peerdevice_connect(fd_, nullptr, &h)), 3, kCmd + "peerdevice_connect:501" + kInvalid},
       {CALL(ble_get_powercode(nullptr, 1)), 0, kErr + "get_powercode:50" + kInvalid},
-      {CALL(ble_tool_arr_swap(nullptr, 2), 0), 0, kErr + "tool_arr_swap:71] invalid input parameters\r\n"},
+      {VOID(ble_tool_arr_swap(nullptr, 2)), 0, kErr + "tool_arr_swap:71] invalid input parameters\r\n"},
       {CALL(ble_fac_end_test(fd_, nullptr)), -1, kErr + "fac_end_test:341" + kInvalid},
       {CALL(ble_fac_peerdevice_connect(fd_, nullptr)), -1, kErr + "fac_peerdevice_connect:418" + kInvalid},
       {CALL(ble_fac_peerdevice_read_rssi(fd_, nullptr)), -1, kErr + "fac_peerdevice_read_rssi:438] input invalid\r\n"},
       {CALL(ble_fac_mac_get(fd_, nullptr)), -1, kErr + "fac_mac_get:457" + kInvalid},
-      // nothing before
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_), sim_.received() == Bytes{0x01, 0x0B, 0xFC, 0x00}), 1},
       {CALL(ble_uart_open("/none/tty", 0)), -1, kErr + "uart_open:156] sblUartOpen: /none/tty open failed\n\r\n"},
       {CALL(ble_uart_open(sim_.device().c_str(), 2)), -1, kErr + "uart_open:183] uartMode error: 2\n\r\n"},
       {CALL(ble_uart_open("/dev/null", 0)), -1,
        kErr + "uart_open:163] sblUartOpen: tcgetattr error: -1\n\r\n"},  // no terminal (left open)
-      // descriptor 0 is a line like any other
-      {CALL(stdin_copy = dup(0), close(0), ble_uart_open(sim_.device().c_str(), 1)), 0},
-      {CALL(ble_uart_close(0) == 1 && dup2(stdin_copy, 0) == 0 && close(stdin_copy) == 0), 1},
       {CALL(ble_uart_close(-1)), 0,
        kErr + "uart_close:129] SblUart_close: tcsetattr error: -1 Bad file descriptor\n\r\n"},
-      {CALL(fd = g_fail_close = ble_uart_open(sim_.device().c_str(), 0), rc = ble_uart_close(fd), g_fail_close = -1,
-            close(fd) + rc),
-       0, kErr + "uart_close:138] SblUart_close: Port close failure: -1 Input/output error\n\r\n"},
   });
+  ble_snd_cmd_hci_ext_end_test(fd_);
+  EXPECT_EQ(sim_.received(), (Bytes{0x01, 0x0B, 0xFC, 0x00}));  // nothing before it
+  // Descriptor 0 is a line like any other.
+  const int stdin_copy = dup(0);
+  close(0);
+  EXPECT_EQ(ble_uart_open(sim_.device().c_str(), 1), 0);
+  EXPECT_EQ(ble_uart_close(0), 1);
+  EXPECT_EQ(dup2(stdin_copy, 0), 0);
+  close(stdin_copy);
+  const int fd = g_fail_close = ble_uart_open(sim_.device().c_str(), 0);
+  const std::string closing = kErr + "uart_close:138] SblUart_close: Port close failure: -1 Input/output error\n\r\n";
+  EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_uart_close(fd), 0); }), closing);
+  g_fail_close = -1;
+  EXPECT_EQ(close(fd), 0);
 }
 
 // --- commands ---
@@ -219,7 +243,7 @@ TEST_F(BleTest, EveryCommandOnTheWire) {
       {CMD(ext_end_test), 0xFC0B, {}, "442] extended test end command send error, " + kRet2},
   };
   for (const auto &[call, name, opcode, params, failure] : rows) {
-    fail(opcode);
+    failing(opcode);
     const std::string plain = kErr + (opcode >> 8 == 0xFF ? "rcv_cmd_resp:137" : "chk_resp:226") + "] response return";
     const std::string check = opcode >> 8 == 0xFC ? kBadExtStatus : plain + kBadStatus;
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(call(), 2u); }), check + kCmd + name + failure);
@@ -264,23 +288,19 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
     b[at] = v;
     return b;
   };
-  auto queue = [&](uint16_t op, uint8_t status, const Bytes &event) {  // the command status, then the event
+  // The line, op to be answered by the command status, then the event.
+  auto queue = [&](uint16_t op, uint8_t status, const Bytes &event) {
     Bytes b = Sim::vendor_event(BLE_EVT_CMD_STATUS, status, op), e = event.empty() ? Bytes{} : Sim::event(0xFF, event);
     b.insert(b.end(), e.begin(), e.end());
-    sim_.reply(op, {b});
+    return replying(op, {b});
   };
-  auto init = [&](uint8_t status, const Bytes &event) {
-    queue(0xFE00, status, event);
-    return ble_snd_cmd_hci_gap_device_init(fd_);
-  };
-  auto connect = [&](uint8_t status, const Bytes &event) {
-    queue(0xFE62, status, event);
-    return ble_snd_cmd_hci_peerdevice_connect(fd_, peer, &handle);
+  auto init = [&](uint8_t status, const Bytes &e) { return ble_snd_cmd_hci_gap_device_init(queue(0xFE00, status, e)); };
+  auto connect = [&](uint8_t st, const Bytes &e) {
+    return ble_snd_cmd_hci_peerdevice_connect(queue(0xFE62, st, e), peer, &handle);
   };
   auto fac = [&](uint8_t init, const Bytes &event) {  // GAP init, then the connection
     queue(0xFE00, 0, {init, 6, 0});
-    queue(0xFE62, 0, event);
-    return ble_fac_peerdevice_connect(fd_, peer);
+    return ble_fac_peerdevice_connect(queue(0xFE62, 0, event), peer);
   };
   const std::string in = kCmd + "gap_device_init:", pc = kCmd + "peerdevice_connect:",
                     f = kErr + "fac_peerdevice_connect:", wrong = pc + "537] connected the wrong device\r\n",
@@ -345,18 +365,18 @@ TEST_F(BleTest, FactoryCodesAndResults) {
   expect_rows({
       {CALL(ble_fac_rx_test(fd_, 5, 23)), 0},
       {CALL(ble_fac_ext_rx_test(fd_, 19, 23)), 0},
-      {CALL(fail(0xFC11), ble_fac_tx_test(fd_, 1, 0, 37, 2, 23)), 2,
+      {CALL(ble_fac_tx_test(failing(0xFC11), 1, 0, 37, 2, 23)), 2,
        kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + f +
            "tx_test:294] set hci tx power error, return 0x2\r\n"},
-      {CALL(fail(0xFC01), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 2,
+      {CALL(ble_fac_ext_tx_test(failing(0xFC01), 1, 0, 26, 1)), 2,
        kBadExtStatus + kCmd + "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n" + f +
            "ext_tx_test:361] set extend tx power error, return:2\r\n"},
-      {CALL(fail(0xFC27), ble_fac_ext_tx_test(fd_, 1, 0, 26, 1)), 0,
+      {CALL(ble_fac_ext_tx_test(failing(0xFC27), 1, 0, 26, 1)), 0,
        kBadExtStatus + kCmd + "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
-      {CALL(sim_.reply(0xFC0A, {}), ble_fac_ext_rx_test(fd_, 1, 23)), 0,
+      {CALL(ble_fac_ext_rx_test(replying(0xFC0A, {}), 1, 23)), 0,
        kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n" + kCmd +
            "ext_rx_test:391] extended rx test  command send error, return 0x5 \n\r\n"},  // silence reads as zeros
-      {CALL(fail(0xFC0B), ble_fac_ext_end_test(fd_)), 2,
+      {CALL(ble_fac_ext_end_test(failing(0xFC0B))), 2,
        kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + f +
            "ext_end_test:408] end test error, return 0x2\r\n"},
   });
