@@ -4,6 +4,8 @@
 // with their answers, "alias(2,8)=0:LAN2|8" for devcfg_downLinkPort_getAliasName(2, buf, 8)
 // returning 0 with "LAN2" in buf and 8 bytes written ("-": none), and what
 // the load prints on stderr.
+#include "devcfg.h"
+
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -11,19 +13,22 @@
 #include <regex>
 #include <sstream>
 
-#include "devcfg.h"
 #include "support/model_tree.h"
 
 namespace aputil::test {
 int g_starts = 0;  // NVRAM starts by the library: this program's nm_api_init counts them
 }
-extern "C" int nm_api_init(void) { return ++aputil::test::g_starts, 0; }
+extern "C" int nm_api_init(void) {
+  ++aputil::test::g_starts;
+  return 0;
+}
 
 namespace aputil::test {
 namespace {
 
 const ModelTree *g_tree;
-const std::string kFull = R"({"vlanbind": {"supp": true, "ucCfgVer": 2}, "lanport": {"dlPortNum": 2, "dlPortStartIdxOffset": 1,
+const std::string kFull =
+    R"({"vlanbind": {"supp": true, "ucCfgVer": 2}, "lanport": {"dlPortNum": 2, "dlPortStartIdxOffset": 1,
   "dlPort1PhyId": 1, "dlPort1AliasName": "LAN1", "dlPort1LogicalIfName": "eth1", "dlPort2PhyId": 2, "dlPort2AliasName": "LAN2",
   "dlPort2LogicalIfName": "eth2", "dlPort3PhyId": 3, "dlPort3AliasName": "LAN3", "dlPortIfName": "eth1", "poeOutSupp": true,
   "poeOutBitMap": 2, "ulPortPhyId": 4, "ulPortAliasName": "ETH/PoE", "ulPortIfName": "eth0", "ulPortLogicalIfName": "br-lan",
@@ -41,17 +46,23 @@ std::string lan(const std::string &members, const std::string &top = "") {
 // A load failure's message: "<error>devcfg_init():%4d  @ condition(...) failed, errno = N".
 std::string cond(int line, const std::string &c, int times = 1, const std::string &e = "N") {
   char head[48];
-  std::string one = std::string(head, std::snprintf(head, sizeof head, "<error>devcfg_init():%4d  @ condition(", line)) + c;
+  std::string one =
+      std::string(head, std::snprintf(head, sizeof head, "<error>devcfg_init():%4d  @ condition(", line)) + c;
   std::string all;
   while (times--) all += one + ") failed, errno = " + e + "\n";
   return all;
 }
-const std::string kStr = "((NULL != pData) && (pData->type == cJSON_String))", kNoLan = cond(404, "(NULL != pLanPortCfg)");
-const std::string kVlan = "((NULL != pData) && (pData->type == cJSON_Number) && (pData->valueint == VLANBIND_UC_CFG_VERSION1_N300 || "
-                          "pData->valueint == VLANBIND_UC_CFG_VERSION2))";
-const std::string kCount = cond(408, "((NULL != pData) && (pData->type == cJSON_Number) && (pData->valueint >= 0 && "
-                                     "pData->valueint <= MAX_DOWNLINK_PORT_NUM))");
-std::string phy_err(const std::string &type) { return "<error>devcfg_init(): 530  @ unsuppoerted phy type:" + type + "\n"; }
+const std::string kStr = "((NULL != pData) && (pData->type == cJSON_String))",
+                  kNoLan = cond(404, "(NULL != pLanPortCfg)");
+const std::string kVlan =
+    "((NULL != pData) && (pData->type == cJSON_Number) && (pData->valueint == VLANBIND_UC_CFG_VERSION1_N300 || "
+    "pData->valueint == VLANBIND_UC_CFG_VERSION2))";
+const std::string kCount = cond(408,
+                                "((NULL != pData) && (pData->type == cJSON_Number) && (pData->valueint >= 0 && "
+                                "pData->valueint <= MAX_DOWNLINK_PORT_NUM))");
+std::string phy_err(const std::string &type) {
+  return "<error>devcfg_init(): 530  @ unsuppoerted phy type:" + type + "\n";
+}
 
 using Args = std::vector<long long>;
 std::string text(long long v) { return std::to_string(v); }
@@ -62,48 +73,87 @@ std::string name(int32_t rc) {  // "rc:name|bytes written"
   const auto n = std::count_if(g_buf, g_buf + sizeof g_buf - 1, [](char c) { return c != '#'; });
   return text(rc) + ":" + (n ? g_buf + ("|" + text(n)) : "-");
 }
-std::string path(void (*f)(char *, size_t), const Args &a) {
-  char p[128] = "-";
-  return f(p, a.empty() ? sizeof p : static_cast<size_t>(a[0])), p;
+// The call by its signature: a value, a name (rc:name|bytes), a port's name,
+// a path, an app file's path (its length:path; n up to 300, the existence
+// test still works in 128 bytes); n or len is a[0] (a[1] for ports).
+using Fn = std::function<std::string(const Args &)>;
+using Entry = std::pair<const std::string, Fn>;
+template <typename R>
+Entry fn(const char *k, R (*f)()) {
+  return {k, [f](const Args &) { return text(f()); }};
 }
-std::string app(int32_t (*f)(char *, size_t), const Args &a) {
-  char p[300] = "-";  // n up to 300: the existence test still works in 128 bytes
-  return text(f(p, a.empty() ? 128 : static_cast<size_t>(a[0]))) + ":" + p;
+Entry fn(const char *k, int32_t (*f)(char *, int32_t)) {
+  return {k, [f](const Args &a) { return name(f(buf(), len(a, 0))); }};
 }
-#define V(k, f) {k, [](const Args &) { return text(f()); }}
-#define CALL(k, ...) {k, []([[maybe_unused]] const Args &a) { return text(__VA_ARGS__); }}
-#define NAME(k, f) {k, [](const Args &a) { return name(f(buf(), len(a, 0))); }}
-#define PORT(k, f) {k, [](const Args &a) { return name(f(static_cast<uint32_t>(a[0]), buf(), len(a, 1))); }}
-#define PATH(k, f) {k, [](const Args &a) { return path(f, a); }}
-#define WRITE(k, ...) {k, [](const Args &) { return g_tree->write_model(__VA_ARGS__), std::string("0"); }}
-const std::map<std::string, std::function<std::string(const Args &)>> kCalls = {
-    V("ble", devcfg_ble_isSupp), V("ddr", devcfg_ddr_getSize), V("vlan", devcfg_vlanbind_isSupp),
-    V("ver", devcfg_vlanbind_getUcCfgVer), V("dlNum", devcfg_downLinkPort_getNum), V("poe", devcfg_downLinkPort_isPoeOutSupp),
-    V("poeMap", devcfg_downLinkPort_getPoeOutBitMap), V("offset", devcfg_downLinkPort_getStartIdxOffset),
-    V("phyType", devcfg_upLinkPort_getPhyType), V("ulPhy", devcfg_upLinkPort_getPhyId), V("mask", devcfg_upLinkPort_getLinkStateMask),
-    V("inSwitch", devcfg_upLinkPort_inSwitch), V("wd", devcfg_hwWatchdog_isSupp), V("cloud", devcfg_cloud_isSupp),
-    V("cloudCfg", devcfg_cloud_isCfgSupp), V("rc", devcfg_rcOptimize_isSupp), V("cc", devcfg_cli_setCountryIsSupp),
-    V("led", devcfg_wifiled_isSupp), V("ledDft", devcfg_wifiled_dftEnable), V("tz", devcfg_misc_defaultTimeZone),
-    V("region", devcfg_misc_ctrlCustomRegion), V("disaster", devcfg_jp_disaster_isSupp), V("ppsk", devcfg_ppskPro_isSupp),
-    V("orvel", devcfg_isOrvel), V("repeater", devcfg_repeater_isSupp), V("smartAnt", devcfg_smartant_isSupp),
-    V("poePower", devcfg_getpoePowerConsumption), V("dump", devcfg_testFunc), CALL("starts", g_starts),
-    CALL("phy", devcfg_downLinkPort_getPhyId(static_cast<uint32_t>(a[0]))),
-    NAME("ulIf", devcfg_upLinkPort_getIfName), NAME("ulAlias", devcfg_upLinkPort_getAliasName),
-    NAME("ulLogical", devcfg_upLinkPort_getLogicalIfName), NAME("dlIf", devcfg_downLinkPort_getIfName),
-    NAME("dlIf2", devcfg_dlLinkPort_getIfName), NAME("mic", devcfg_cloud_getMicType),
-    PORT("alias", devcfg_downLinkPort_getAliasName), PORT("logical", devcfg_downLinkPort_getLogicalIfName),
-    CALL("nullUlIf", devcfg_upLinkPort_getIfName(nullptr, 8)), CALL("nullDlIf2", devcfg_dlLinkPort_getIfName(nullptr, 8)),
-    CALL("nullMic", devcfg_cloud_getMicType(nullptr, 8)), CALL("nullAlias", devcfg_downLinkPort_getAliasName(1, nullptr, 8)),
-    PATH("dft", devcfg_getDftCfgPath), PATH("factory", devcfg_getFactoryCfgPath), PATH("gpio", devcfg_getGpioCfgPath),
-    PATH("gpo", devcfg_getGpoRuleCfgPath), PATH("oem", devcfg_getOemInfoPath), PATH("reg2", devcfg_getRegDoamin2GPath),
-    PATH("reg5", devcfg_getRegDoamin5GPath), PATH("radio", devcfg_getRadioCfgPath), PATH("wireless", devcfg_getWirelessCfgPath),
-    PATH("thermal", devcfg_getThermaltoolCfgPath), CALL("nullDft", (devcfg_getDftCfgPath(nullptr, 10), 0)),
-    {"app", [](const Args &a) { return app(devcfg_getAppCfgPath, a); }}, CALL("nullApp", devcfg_getAppCfgPath(nullptr, 128)),
-    {"cluster", [](const Args &a) { return app(devcfg_getAppClusterCfgPath, a); }},
-    // Files written between calls: the model's app_features.json, dev_config.json.
-    WRITE("writeApp", "app_features.json", "{}"), WRITE("writeFull", "dev_config.json", kFull),
-    WRITE("writeMin", "dev_config.json", kMinimalDevConfig),
-};
+Entry fn(const char *k, int32_t (*f)(uint32_t, char *, int32_t)) {
+  return {k, [f](const Args &a) { return name(f(static_cast<uint32_t>(a[0]), buf(), len(a, 1))); }};
+}
+Entry fn(const char *k, void (*f)(char *, size_t)) {
+  return {k, [f](const Args &a) {
+            char p[128] = "-";
+            f(p, a.empty() ? sizeof p : static_cast<size_t>(a[0]));
+            return std::string(p);
+          }};
+}
+Entry fn(const char *k, int32_t (*f)(char *, size_t)) {
+  return {k, [f](const Args &a) {
+            char p[300] = "-";
+            return text(f(p, a.empty() ? 128 : static_cast<size_t>(a[0]))) + ":" + p;
+          }};
+}
+Entry write(const char *k, const char *file, const std::string &json) {  // the model's file, written between calls
+  return {k, [file, json](const Args &) {
+            g_tree->write_model(file, json);
+            return std::string("0");
+          }};
+}
+Entry fn(const char *k, uint32_t (*f)(uint32_t)) {
+  return {k, [f](const Args &a) { return text(f(static_cast<uint32_t>(a[0]))); }};
+}
+// The calls with a NULL output, and the count of NVRAM starts.
+int32_t null_ul_if() { return devcfg_upLinkPort_getIfName(nullptr, 8); }
+int32_t null_dl_if2() { return devcfg_dlLinkPort_getIfName(nullptr, 8); }
+int32_t null_mic() { return devcfg_cloud_getMicType(nullptr, 8); }
+int32_t null_alias() { return devcfg_downLinkPort_getAliasName(1, nullptr, 8); }
+int32_t null_app() { return devcfg_getAppCfgPath(nullptr, 128); }
+int32_t null_dft() {
+  devcfg_getDftCfgPath(nullptr, 10);
+  return 0;
+}
+int starts() { return g_starts; }
+// The calls by key, in groups: values, names, paths, files written between calls.
+std::map<std::string, Fn> by_key(std::initializer_list<std::initializer_list<Entry>> groups) {
+  std::map<std::string, Fn> m;
+  for (const auto &g : groups) m.insert(g.begin(), g.end());
+  return m;
+}
+const std::map<std::string, Fn> kCalls = by_key(
+    {{fn("ble", devcfg_ble_isSupp), fn("ddr", devcfg_ddr_getSize), fn("vlan", devcfg_vlanbind_isSupp),
+      fn("ver", devcfg_vlanbind_getUcCfgVer), fn("dlNum", devcfg_downLinkPort_getNum),
+      fn("poe", devcfg_downLinkPort_isPoeOutSupp), fn("poeMap", devcfg_downLinkPort_getPoeOutBitMap),
+      fn("offset", devcfg_downLinkPort_getStartIdxOffset), fn("phyType", devcfg_upLinkPort_getPhyType),
+      fn("ulPhy", devcfg_upLinkPort_getPhyId), fn("mask", devcfg_upLinkPort_getLinkStateMask),
+      fn("inSwitch", devcfg_upLinkPort_inSwitch), fn("wd", devcfg_hwWatchdog_isSupp), fn("cloud", devcfg_cloud_isSupp),
+      fn("cloudCfg", devcfg_cloud_isCfgSupp), fn("rc", devcfg_rcOptimize_isSupp),
+      fn("cc", devcfg_cli_setCountryIsSupp)},
+     {fn("led", devcfg_wifiled_isSupp), fn("ledDft", devcfg_wifiled_dftEnable), fn("tz", devcfg_misc_defaultTimeZone),
+      fn("region", devcfg_misc_ctrlCustomRegion), fn("disaster", devcfg_jp_disaster_isSupp),
+      fn("ppsk", devcfg_ppskPro_isSupp), fn("orvel", devcfg_isOrvel), fn("repeater", devcfg_repeater_isSupp),
+      fn("smartAnt", devcfg_smartant_isSupp), fn("poePower", devcfg_getpoePowerConsumption),
+      fn("dump", devcfg_testFunc), fn("starts", starts), fn("phy", devcfg_downLinkPort_getPhyId)},
+     {fn("ulIf", devcfg_upLinkPort_getIfName), fn("ulAlias", devcfg_upLinkPort_getAliasName),
+      fn("ulLogical", devcfg_upLinkPort_getLogicalIfName), fn("dlIf", devcfg_downLinkPort_getIfName),
+      fn("dlIf2", devcfg_dlLinkPort_getIfName), fn("mic", devcfg_cloud_getMicType),
+      fn("alias", devcfg_downLinkPort_getAliasName), fn("logical", devcfg_downLinkPort_getLogicalIfName),
+      fn("nullUlIf", null_ul_if), fn("nullDlIf2", null_dl_if2), fn("nullMic", null_mic), fn("nullAlias", null_alias)},
+     {fn("dft", devcfg_getDftCfgPath), fn("factory", devcfg_getFactoryCfgPath), fn("gpio", devcfg_getGpioCfgPath),
+      fn("gpo", devcfg_getGpoRuleCfgPath), fn("oem", devcfg_getOemInfoPath), fn("reg2", devcfg_getRegDoamin2GPath),
+      fn("reg5", devcfg_getRegDoamin5GPath), fn("radio", devcfg_getRadioCfgPath),
+      fn("wireless", devcfg_getWirelessCfgPath), fn("thermal", devcfg_getThermaltoolCfgPath),
+      fn("app", devcfg_getAppCfgPath), fn("cluster", devcfg_getAppClusterCfgPath), fn("nullApp", null_app),
+      fn("nullDft", null_dft)},
+     {write("writeApp", "app_features.json", "{}"), write("writeFull", "dev_config.json", kFull),
+      write("writeMin", "dev_config.json", kMinimalDevConfig)}});
 
 // The blank-separated calls "key(a,b)=answer" with the answers they give.
 std::string run_all(const std::string &calls) {
@@ -111,7 +161,7 @@ std::string run_all(const std::string &calls) {
   std::string out, call;
   while (in >> call) {
     std::string head = call.substr(0, call.find('=')), words = head, key;
-    std::replace_if(words.begin(), words.end(), [](char c) { return c == '(' || c == ')' || c == ','; }, ' ');
+    for (char &c : words) c = (c == '(' || c == ')' || c == ',') ? ' ' : c;
     std::istringstream w(words);
     Args args;
     for (w >> key; w >> words;) args.push_back(std::stoll(words, nullptr, 0));
@@ -124,13 +174,19 @@ std::string run_all(const std::string &calls) {
 // A fresh firmware tree per row: identity, region, a dev_config.json in dir
 // (none for "-"), then the calls and all they print on stderr (errno shown
 // as N unless it is ENOENT).
-struct Row { std::string json, calls, err = ""; std::string info = "AP100 X(EU):2.0", region = "US", dir = ModelTree::kModelDir; };
+struct Row {
+  Row(std::string j, std::string c, std::string e = "", std::string i = "AP100 X(EU):2.0", std::string r = "US",
+      std::string d = ModelTree::kModelDir)
+      : json(j), calls(c), err(e), info(i), region(r), dir(d) {}
+  std::string json, calls, err, info, region, dir;
+};
 void check(const std::vector<Row> &rows) {
   for (size_t i = 0; i < rows.size(); ++i) {
     SCOPED_TRACE("row " + text(static_cast<long long>(i)));
     const Row &r = rows[i];
     ModelTree tree;
-    g_tree = &tree, g_starts = 0;
+    g_tree = &tree;
+    g_starts = 0;
     tree.set_identity(r.info, r.region);
     if (r.json != "-") tree.write_model("dev_config.json", r.json, r.dir);
     std::string got, err = stderr_of([&] { got = run_all(r.calls); });
@@ -141,75 +197,87 @@ void check(const std::vector<Row> &rows) {
 // Every key, names cut to len with NUL in the last byte and NUL-filled,
 // refusals that leave the buffer alone (len <= 0 only where checked).
 TEST(DevcfgTest, ValuesAndNames) {
-  check({
-      {kFull, "vlan=1 ver=2 dlNum=2 offset=1 phy(1)=1 phy(2)=2 phy(3)=0 poe=1 poeMap=2 ulPhy=4 phyType=1 mask=16 inSwitch=1 wd=1 "
-              "cloud=1 cloudCfg=1 cc=1 led=1 ledDft=0 rc=1 disaster=1 tz=8 region=3 ppsk=1 orvel=1 repeater=1 ble=1 ddr=256 "
-              "smartAnt=1 poePower=13 starts=1"},  // port 3 beyond dlPortNum: never read; 257 kept in 8 bits
-      {kFull, "ulIf(4)=0:eth|4 ulAlias=0:ETH/PoE|32 ulLogical=0:br-lan|32 dlIf=0:eth1|32 dlIf2(3)=0:et|3 alias(2)=0:LAN2|32 "
-              "logical(1)=0:eth1|32 alias(3)=0:|32 mic=0:v2|32 alias(1,1)=0:|1 logical(4,2)=0:|2"},
-      {kFull, "ulIf(0)=0:- ulIf(-1)=0:- dlIf(0)=0:- ulAlias(0)=0:- ulLogical(-1)=0:- alias(1,0)=0:- logical(1,-1)=0:- "
-              "dlIf2(0)=0:- mic(-1)=0:- alias(0)=0:- alias(5)=0:- alias(0xFFFFFFFF)=0:- logical(0)=0:- logical(5)=0:- phy(0)=0 "
-              "phy(5)=0 phy(0xFFFFFFFF)=0 nullUlIf=0 nullDlIf2=0 nullMic=0 nullAlias=0"},
-      // A per-port name keeps 32 characters and no terminator: it runs into the next port's name. The others keep 31 (63).
-      {lan(R"("dlPortNum": 2, "dlPort1AliasName": ")" + std::string(40, 'a') + R"(", "dlPort2AliasName": "x")",
-           R"("cloudCtrl": {"supp": true, "micType": ")" + std::string(80, 'm') + "\"}"),
-       "alias(1,100)=0:" + std::string(32, 'a') + "x|100 alias(1,33)=0:" + std::string(32, 'a') + "|33 ulAlias(100)=0:ETH|100 "
-       "mic(100)=0:" + std::string(63, 'm') + "|100"},
-      {lan(R"("ulPortAliasName": ")" + std::string(40, 'b') + "\", \"dlPortNum\": 4, \"dlPort4AliasName\": \"D\", \"dlPort4PhyId\": 9"),
-       "ulAlias(40)=0:" + std::string(31, 'b') + "|40 dlNum=4 alias(4)=0:D|32 phy(4)=9"},
-  });
+  check({Row(kFull,  // port 3 beyond dlPortNum: never read; 257 kept in 8 bits
+             "vlan=1 ver=2 dlNum=2 offset=1 phy(1)=1 phy(2)=2 phy(3)=0 poe=1 poeMap=2 ulPhy=4 phyType=1 mask=16 "
+             "inSwitch=1 wd=1 cloud=1 cloudCfg=1 cc=1 led=1 ledDft=0 rc=1 disaster=1 tz=8 region=3 ppsk=1 orvel=1 "
+             "repeater=1 ble=1 ddr=256 smartAnt=1 poePower=13 starts=1"),
+         Row(kFull,
+             "ulIf(4)=0:eth|4 ulAlias=0:ETH/PoE|32 ulLogical=0:br-lan|32 dlIf=0:eth1|32 dlIf2(3)=0:et|3 "
+             "alias(2)=0:LAN2|32 logical(1)=0:eth1|32 alias(3)=0:|32 mic=0:v2|32 alias(1,1)=0:|1 logical(4,2)=0:|2"),
+         Row(kFull,
+             "ulIf(0)=0:- ulIf(-1)=0:- dlIf(0)=0:- ulAlias(0)=0:- ulLogical(-1)=0:- alias(1,0)=0:- logical(1,-1)=0:- "
+             "dlIf2(0)=0:- mic(-1)=0:- alias(0)=0:- alias(5)=0:- alias(0xFFFFFFFF)=0:- logical(0)=0:- logical(5)=0:- "
+             "phy(0)=0 phy(5)=0 phy(0xFFFFFFFF)=0 nullUlIf=0 nullDlIf2=0 nullMic=0 nullAlias=0"),
+         // A per-port name keeps 32 characters and no terminator: it runs into
+         // the next port's name. The others keep 31 (63).
+         Row(lan(R"("dlPortNum": 2, "dlPort1AliasName": ")" + std::string(40, 'a') + R"(", "dlPort2AliasName": "x")",
+                 R"("cloudCtrl": {"supp": true, "micType": ")" + std::string(80, 'm') + "\"}"),
+             "alias(1,100)=0:" + std::string(32, 'a') + "x|100 alias(1,33)=0:" + std::string(32, 'a') +
+                 "|33 ulAlias(100)=0:ETH|100 mic(100)=0:" + std::string(63, 'm') + "|100"),
+         Row(lan(R"("ulPortAliasName": ")" + std::string(40, 'b') +
+                 R"(", "dlPortNum": 4, "dlPort4AliasName": "D", "dlPort4PhyId": 9)"),
+             "ulAlias(40)=0:" + std::string(31, 'b') + "|40 dlNum=4 alias(4)=0:D|32 phy(4)=9")});
 }
 
 // What loads and what fails with which message. Optional keys of another
 // type count as absent; a failed load is tried again on every call (the
 // NVRAM is started once), and a load is never repeated once it succeeded.
 TEST(DevcfgTest, LoadRules) {
-  const std::string min = kMinimalDevConfig, dl0 = R"("dlPortNum": 0)", dl0phy = R"("dlPortNum": 0, "phyType": )";
-  const std::string parse = cond(365, "(NULL != pDevCfg)"), cloud = R"("cloudCtrl": )", vlan = R"("vlanbind": )";
-  check({
-      {min, "dlNum=0 ble=0 vlan=0 ver=0 cloud=0 cloudCfg=0 phyType=0 ddr=0 orvel=0 poe=0 starts=1"},
-      {"-", "ble=0 phy(1)=0 radio=- reg5=- app=-1:- ulIf=0:- dump=-1 phy(0)=0 ulIf(0)=0:- dlIf(-1)=0:- nullDlIf2=0 starts=1",
-       cond(350, "(NULL != pFile)", 7, "2")},
-      {"", "ble=0", "<error>devcfg_init(): 354  @ failed to read file\n"},
-      {"{\"lanport\": ", "ble=0", parse},
-      {R"({"bleSupp": true})", "ble=0 ble=0 writeFull=0 ble=1 writeMin=0 ble=1 starts=1", cond(404, "(NULL != pLanPortCfg)", 2)},
-      {R"({"bleSupp": true, "lanport": 1})", "ble=0", kNoLan},
-      // A shorter file leaves the tail of a longer one read before in the buffer: no harm.
-      {R"({"bleSupp": true, "padding": ")" + std::string(900, 'x') + "\"}", "ble=0 writeMin=0 ble=0 ulIf=0:eth0|32", kNoLan},
-      {min + std::string(2048 - min.size(), ' '), "dlNum=0 ulIf=0:eth0|32"},  // the text is cut at 2048 bytes
-      {R"({"bleSupp": true,)" + std::string(2048, ' ') + R"("lanport": {}})", "ble=0", parse},
-      {lan(R"("dlPortNum": 5)"), "ulPhy=0", kCount}, {lan(R"("dlPortNum": -1)"), "ulPhy=0", kCount},
-      {lan(R"("dlPortNum": "2")"), "ulPhy=0", kCount}, {lan(""), "ulPhy=0", kCount},
-      {lan(R"("dlPortNum": 0, "dlPort1PhyId": 7, "ulPortPhyId": 3)"), "ulPhy=3 phy(1)=0"},  // no per-port key is read
-      {lan(R"("dlPortNum": 1, "dlPortStartIdxOffset": "1")"), "dlNum=0", cond(415, "(pData->type == cJSON_Number)")},
-      {lan(R"("dlPortNum": 1, "dlPort1PhyId": "x", "dlPort1AliasName": 3, "poeOutSupp": 1, "poeOutBitMap": 4,
+  const std::string min = kMinimalDevConfig, parse = cond(365, "(NULL != pDevCfg)");
+  check(
+      {Row(min, "dlNum=0 ble=0 vlan=0 ver=0 cloud=0 cloudCfg=0 phyType=0 ddr=0 orvel=0 poe=0 starts=1"),
+       Row("-",
+           "ble=0 phy(1)=0 radio=- reg5=- app=-1:- ulIf=0:- dump=-1 phy(0)=0 ulIf(0)=0:- dlIf(-1)=0:- nullDlIf2=0 "
+           "starts=1",
+           cond(350, "(NULL != pFile)", 7, "2")),
+       Row("", "ble=0", "<error>devcfg_init(): 354  @ failed to read file\n"), Row("{\"lanport\": ", "ble=0", parse),
+       Row(R"({"bleSupp": true})", "ble=0 ble=0 writeFull=0 ble=1 writeMin=0 ble=1 starts=1",
+           cond(404, "(NULL != pLanPortCfg)", 2)),
+       Row(R"({"bleSupp": true, "lanport": 1})", "ble=0", kNoLan),
+       // A shorter file leaves the tail of a longer one read before in the buffer: no harm.
+       Row(R"({"bleSupp": true, "padding": ")" + std::string(900, 'x') + "\"}", "ble=0 writeMin=0 ble=0 ulIf=0:eth0|32",
+           kNoLan),
+       Row(min + std::string(2048 - min.size(), ' '), "dlNum=0 ulIf=0:eth0|32"),  // the text is cut at 2048 bytes
+       Row(R"({"bleSupp": true,)" + std::string(2048, ' ') + R"("lanport": {}})", "ble=0", parse),
+       Row(R"({"lanport": {"dlPortNum": 0, "ulPortIfName": "eth0"}})", "ble=0", cond(482, kStr)),
+       Row(R"({"lanport": {"dlPortNum": 0, "ulPortAliasName": "ETH", "ulPortIfName": 0}})", "ble=0", cond(487, kStr))});
+  // The port count, then keys of another type.
+  check({Row(lan(R"("dlPortNum": 5)"), "ulPhy=0", kCount), Row(lan(R"("dlPortNum": -1)"), "ulPhy=0", kCount),
+         Row(lan(R"("dlPortNum": "2")"), "ulPhy=0", kCount), Row(lan(""), "ulPhy=0", kCount),
+         Row(lan(R"("dlPortNum": 0, "dlPort1PhyId": 7, "ulPortPhyId": 3)"),
+             "ulPhy=3 phy(1)=0"),  // no per-port key is read
+         Row(lan(R"("dlPortNum": 1, "dlPortStartIdxOffset": "1")"), "dlNum=0",
+             cond(415, "(pData->type == cJSON_Number)")),
+         Row(lan(R"("dlPortNum": 1, "dlPort1PhyId": "x", "dlPort1AliasName": 3, "poeOutSupp": 1, "poeOutBitMap": 4,
               "ulPortPhyId": true, "phyType": 2, "dlPortIfName": [], "ulPortLogicalIfName": 1)",
-           R"("bleSupp": 1, "ddrSize": "64", "wifiLed": {"supp": "yes"}, "misc": [1], "hwWatchDog": true,
+                 R"("bleSupp": 1, "ddrSize": "64", "wifiLed": {"supp": "yes"}, "misc": [1], "hwWatchDog": true,
               "repeaterSupp": {"supp": null}, "proFeatures": {"ppskProSupp": 1}, "orvelFeatures": 0)"),
-       "dlNum=1 poe=0 poeMap=0 ulPhy=0 phyType=0 ble=0 ddr=0 led=0 wd=0 repeater=0 ppsk=0 orvel=0 tz=0 phy(1)=0 "
-       "alias(1)=0:|32 dlIf=0:|32 ulLogical=0:|32"},
-      {lan(R"("dlPortNum": 0, "poeOutSupp": false, "poeOutBitMap": 6)"), "poe=0 poeMap=6"},  // any boolean support
-      {lan(dl0, vlan + R"({"supp": false, "ucCfgVer": 3})"), "vlan=0 ver=0"},
-      {lan(dl0, vlan + R"({"supp": "yes", "ucCfgVer": 1})"), "vlan=0 ver=0"},
-      {lan(dl0, vlan + R"({"supp": true, "ucCfgVer": 1})"), "vlan=1 ver=1"},
-      {lan(dl0, vlan + R"({"supp": true, "ucCfgVer": 3})"), "vlan=0 ver=0", cond(383, kVlan, 2)},
-      {lan(dl0, vlan + R"({"supp": true, "ucCfgVer": "1"})"), "vlan=0 ver=0", cond(383, kVlan, 2)},
-      {lan(dl0, vlan + R"({"supp": true})"), "vlan=0", cond(383, kVlan)},
-      {lan(dl0, cloud + R"({"supp": true})"), "cloud=0 mic=0:-", cond(575, kStr, 2)},
-      {lan(dl0, cloud + R"({"supp": true, "micType": 2})"), "cloudCfg=0", cond(575, kStr)},
-      {lan(dl0, cloud + R"({"supp": false})"), "cloud=0 cloudCfg=0 mic=0:|32"},
-      {lan(dl0, cloud + R"({"supp": false, "cfgSupp": true, "micType": "v1"})"), "cloud=0 cloudCfg=0 mic=0:|32"},
-      {lan(dl0, cloud + R"({"supp": true, "micType": "v1"})"), "cloud=1 cloudCfg=1 mic=0:v1|32"},  // cfgSupp absent: 1
-      {lan(dl0, cloud + R"({"supp": true, "cfgSupp": false, "micType": "v1"})"), "cloud=1 cloudCfg=0 mic=0:v1|32"},
-      {lan(dl0, cloud + R"({"supp": true, "cfgSupp": "no", "micType": "v1"})"), "cloud=1 cloudCfg=1 mic=0:v1|32"},
-      {R"({"lanport": {"dlPortNum": 0, "ulPortIfName": "eth0"}})", "ble=0", cond(482, kStr)},
-      {R"({"lanport": {"dlPortNum": 0, "ulPortAliasName": "ETH", "ulPortIfName": 0}})", "ble=0", cond(487, kStr)},
-      {lan(dl0phy + R"("RTL8211E")"), "phyType=2 dlNum=0"},  // by prefix; another type is not fatal
-      {lan(dl0phy + R"("rtl8211")"), "phyType=0 dlNum=0", phy_err("rtl8211")},
-      {lan(dl0phy + R"("BCM54")"), "phyType=0 dlNum=0", phy_err("BCM54")},
-      {lan(dl0, R"("ddrSize": 0)"), "ddr=0"}, {lan(dl0, R"("ddrSize": -512)"), "ddr=0"},  // only when positive
-      {lan(dl0, R"("ddrSize": 1)"), "ddr=1"}, {lan(dl0, R"("ddrSize": 512)"), "ddr=512"},
-  });
+             "dlNum=1 poe=0 poeMap=0 ulPhy=0 phyType=0 ble=0 ddr=0 led=0 wd=0 repeater=0 ppsk=0 orvel=0 tz=0 phy(1)=0 "
+             "alias(1)=0:|32 dlIf=0:|32 ulLogical=0:|32"),
+         Row(lan(R"("dlPortNum": 0, "poeOutSupp": false, "poeOutBitMap": 6)"),
+             "poe=0 poeMap=6")});  // any boolean support
+  // A top-level member with no downlink ports: the VLAN binding, the cloud, the PHY type (by prefix, another type is
+  // not fatal), the DDR size (only when positive).
+  auto top = [](const std::string &member, const std::string &calls, const std::string &err = "") {
+    return Row(lan(R"("dlPortNum": 0)", member), calls, err);
+  };
+  const std::string vlan = R"("vlanbind": {"supp": )", cloud = R"("cloudCtrl": {"supp": )",
+                    phy = R"("dlPortNum": 0, "phyType": ")";
+  check({top(vlan + R"(false, "ucCfgVer": 3})", "vlan=0 ver=0"), top(vlan + R"("yes", "ucCfgVer": 1})", "vlan=0 ver=0"),
+         top(vlan + R"(true, "ucCfgVer": 1})", "vlan=1 ver=1"),
+         top(vlan + R"(true, "ucCfgVer": 3})", "vlan=0 ver=0", cond(383, kVlan, 2)),
+         top(vlan + R"(true, "ucCfgVer": "1"})", "vlan=0 ver=0", cond(383, kVlan, 2)),
+         top(vlan + "true}", "vlan=0", cond(383, kVlan)), top(cloud + "true}", "cloud=0 mic=0:-", cond(575, kStr, 2)),
+         top(cloud + R"(true, "micType": 2})", "cloudCfg=0", cond(575, kStr)),
+         top(cloud + "false}", "cloud=0 cloudCfg=0 mic=0:|32"),
+         top(cloud + R"(false, "cfgSupp": true, "micType": "v1"})", "cloud=0 cloudCfg=0 mic=0:|32"),
+         top(cloud + R"(true, "micType": "v1"})", "cloud=1 cloudCfg=1 mic=0:v1|32"),  // cfgSupp absent: 1
+         top(cloud + R"(true, "cfgSupp": false, "micType": "v1"})", "cloud=1 cloudCfg=0 mic=0:v1|32"),
+         top(cloud + R"(true, "cfgSupp": "no", "micType": "v1"})", "cloud=1 cloudCfg=1 mic=0:v1|32")});
+  check({Row(lan(phy + R"(RTL8211E")"), "phyType=2 dlNum=0"),
+         Row(lan(phy + R"(rtl8211")"), "phyType=0 dlNum=0", phy_err("rtl8211")),
+         Row(lan(phy + R"(BCM54")"), "phyType=0 dlNum=0", phy_err("BCM54")), top(R"("ddrSize": 0)", "ddr=0"),
+         top(R"("ddrSize": -512)", "ddr=0"), top(R"("ddrSize": 1)", "ddr=1"), top(R"("ddrSize": 512)", "ddr=512")});
 }
 
 // The model directory: from the identity's first line and the region; the
@@ -217,43 +285,48 @@ TEST(DevcfgTest, LoadRules) {
 TEST(DevcfgTest, ModelDirectoryAndPaths) {
   const std::string min = kMinimalDevConfig, jp = "/etc/AP100_X_2.0_JP", id = "AP100 X(EU):2.0";
   auto dir = [&](const std::string &info, const std::string &region, const std::string &d) {
-    return Row{min, "radio=" + d + "/radio_config.json", "", info, region, d};
+    return Row(min, "radio=" + d + "/radio_config.json", "", info, region, d);
   };
-  const std::string nvram = "<error>initProductInfo(): 254  @ failed to read productinfo."
-                            "<error>devcfg_init(): 340  @ failed to init ProductInfo\n";
-  check({
-      dir(id, "US", "/etc/AP100_X_2.0"), dir(id, "KR", "/etc/AP100_X_2.0_KR"), dir(id, "kr", "/etc/AP100_X_2.0"),
-      dir(id, "", "/etc/AP100_X_2.0"), dir("AP 100(US):1.1\r\nmore", "CA", "/etc/AP_100_1.1_CA"),
-      // The whole "_XX" fits into the 15-character version, or nothing is added.
-      dir("AP1(X):123456789012", "JP", "/etc/AP1_123456789012_JP"), dir("AP1(X):1234567890123", "JP", "/etc/AP1_1234567890123"),
-      dir("AP1(X):12345678901234", "JP", "/etc/AP1_12345678901234"), dir("AP1(X):123456789012345678", "AU", "/etc/AP1_123456789012345"),
-      // Fields are bounded; bytes past 511 of the identity are not read.
-      dir(std::string(600, 'A') + "(" + std::string(100, 'Q') + "):" + std::string(100, '9'), "US", "/etc/" + std::string(31, 'A') + "_"),
-      dir("AP1(X):" + std::string(504, ' ') + "9.9", "US", "/etc/AP1_"),
-      {"-", "ble=0 radio=- ble=0 starts=1", nvram + nvram + nvram, ""},
-      {min, "dft=" + jp + "/default_config factory=" + jp + "/factory_config.bin gpio=" + jp + "/gpio.conf gpo=" + jp +
-            "/gpo_rule.conf oem=" + jp + "/oem.json reg2=" + jp + "/ath/REG_DOMAIN2 reg5=" + jp + "/ath/REG_DOMAIN5 radio=" + jp +
-            "/radio_config.json wireless=" + jp + "/wireless thermal=" + jp + "/thermaltool.sh dft(10)=/etc/AP10 nullDft=0",
-       "", id, "JP", jp},
-      {min, "app=22:/etc/app_features.json cluster=30:/etc/app_cluster_features.json writeApp=0 "
-            "app=34:/etc/AP100_X_2.0/app_features.json cluster=30:/etc/app_cluster_features.json "
-            "app(12)=22:/etc/app_fe app(300)=34:/etc/AP100_X_2.0/app_features.json app(0)=22:- nullApp=-1"},
-  });
+  const std::string nvram =
+      "<error>initProductInfo(): 254  @ failed to read productinfo."
+      "<error>devcfg_init(): 340  @ failed to init ProductInfo\n";
+  check({dir(id, "US", "/etc/AP100_X_2.0"), dir(id, "KR", "/etc/AP100_X_2.0_KR"), dir(id, "kr", "/etc/AP100_X_2.0"),
+         dir(id, "", "/etc/AP100_X_2.0"), dir("AP 100(US):1.1\r\nmore", "CA", "/etc/AP_100_1.1_CA"),
+         dir("AP1(X):123456789012", "JP", "/etc/AP1_123456789012_JP"),
+         dir("AP1(X):1234567890123", "JP", "/etc/AP1_1234567890123"),
+         dir("AP1(X):12345678901234", "JP", "/etc/AP1_12345678901234"),
+         dir("AP1(X):123456789012345678", "AU", "/etc/AP1_123456789012345"),
+         dir(std::string(600, 'A') + "(" + std::string(100, 'Q') + "):" + std::string(100, '9'), "US",
+             "/etc/" + std::string(31, 'A') + "_"),
+         dir("AP1(X):" + std::string(504, ' ') + "9.9", "US", "/etc/AP1_")});
+  check({Row("-", "ble=0 radio=- ble=0 starts=1", nvram + nvram + nvram, ""),
+         Row(min,
+             "dft=" + jp + "/default_config factory=" + jp + "/factory_config.bin gpio=" + jp + "/gpio.conf gpo=" + jp +
+                 "/gpo_rule.conf oem=" + jp + "/oem.json reg2=" + jp + "/ath/REG_DOMAIN2 reg5=" + jp +
+                 "/ath/REG_DOMAIN5 radio=" + jp + "/radio_config.json wireless=" + jp + "/wireless thermal=" + jp +
+                 "/thermaltool.sh dft(10)=/etc/AP10 nullDft=0",
+             "", id, "JP", jp),
+         Row(min,
+             "app=22:/etc/app_features.json cluster=30:/etc/app_cluster_features.json writeApp=0 "
+             "app=34:/etc/AP100_X_2.0/app_features.json cluster=30:/etc/app_cluster_features.json "
+             "app(12)=22:/etc/app_fe app(300)=34:/etc/AP100_X_2.0/app_features.json app(0)=22:- nullApp=-1")});
 }
 
 TEST(DevcfgTest, DumpLines) {
   ModelTree tree;
   tree.write_model("dev_config.json", kFull);
   int last = 0;
-  EXPECT_EQ(stdout_of([&] { last = devcfg_testFunc(); }),
-            "VLANBIND_IS_SUPP = 1\nVLANBIND_UC_CFG_VERSION = 2\nDOWNLINK_PORT1_PHYID = 1\nDOWNLINK_PORT1_ALIAS_NAME = LAN1\n"
-            "DOWNLINK_PORT2_PHYID = 2\nDOWNLINK_PORT2_ALIAS_NAME = LAN2\nDOWNLINK_PORT3_PHYID = 0\nDOWNLINK_PORT3_ALIAS_NAME = \n"
-            "DOWNLINK_PORT4_PHYID = 0\nDOWNLINK_PORT4_ALIAS_NAME = \nDOWNLINK_PORT_NUM = 2\nDOWNLINK_PORT_IFNAME = eth1\n"
-            "DOWNLINK_PORT_POEOUT_IS_SUPP = 1\nDOWNLINK_PORT_POEOUT_BITMAP = 2\nUPLINK_PORT_ALIAS_NAME = ETH/PoE\n"
-            "UPLINK_PORT_IFNAME = eth0\nDLLINK_PORT_IFNAME = eth1\nUPLINK_PORT_PHYID = 4\nUPLINK_PORT_LINKSTATE_MASK = 16\n"
-            "UPLINK_PORT_IN_SWITCH = 1\nHW_WATCHDOG_IS_SUPP = 1\nCLOUD_CTRL_IS_SUPP = 1\nCLOUD_CTRL_IS_CFGSUPP = 1\n"
-            "DEVCFG_CLOUD_CTRL_MIC_TYPE = v2\nDEVCFG_CLI_SETCC_IS_SUPP = 1\nDEVCFG_IS_ORVEL = 1\nDEVCFG_WIFILED_IS_SUPP = 1\n"
-            "DEVCFG_WIFILED_DFTENABLE = 0\n");
+  EXPECT_EQ(
+      stdout_of([&] { last = devcfg_testFunc(); }),
+      "VLANBIND_IS_SUPP = 1\nVLANBIND_UC_CFG_VERSION = 2\nDOWNLINK_PORT1_PHYID = 1\n"
+      "DOWNLINK_PORT1_ALIAS_NAME = LAN1\nDOWNLINK_PORT2_PHYID = 2\nDOWNLINK_PORT2_ALIAS_NAME = LAN2\n"
+      "DOWNLINK_PORT3_PHYID = 0\nDOWNLINK_PORT3_ALIAS_NAME = \nDOWNLINK_PORT4_PHYID = 0\n"
+      "DOWNLINK_PORT4_ALIAS_NAME = \nDOWNLINK_PORT_NUM = 2\nDOWNLINK_PORT_IFNAME = eth1\n"
+      "DOWNLINK_PORT_POEOUT_IS_SUPP = 1\nDOWNLINK_PORT_POEOUT_BITMAP = 2\nUPLINK_PORT_ALIAS_NAME = ETH/PoE\n"
+      "UPLINK_PORT_IFNAME = eth0\nDLLINK_PORT_IFNAME = eth1\nUPLINK_PORT_PHYID = 4\nUPLINK_PORT_LINKSTATE_MASK = 16\n"
+      "UPLINK_PORT_IN_SWITCH = 1\nHW_WATCHDOG_IS_SUPP = 1\nCLOUD_CTRL_IS_SUPP = 1\nCLOUD_CTRL_IS_CFGSUPP = 1\n"
+      "DEVCFG_CLOUD_CTRL_MIC_TYPE = v2\nDEVCFG_CLI_SETCC_IS_SUPP = 1\nDEVCFG_IS_ORVEL = 1\n"
+      "DEVCFG_WIFILED_IS_SUPP = 1\nDEVCFG_WIFILED_DFTENABLE = 0\n");
   EXPECT_EQ(last, 29);  // the last line's length
 }
 

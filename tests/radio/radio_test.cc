@@ -1,6 +1,8 @@
 // The radio configuration (radio_config.json) and the region tables (REG_DOMAIN
 // files). Most rows are calls with their answers, "freq(0,2)=2417" for
 // radio_region_chanIndex2Freq(0, 2) == 2417, and the line they print.
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <functional>
 #include <map>
@@ -8,8 +10,6 @@
 #include <string>
 #include <type_traits>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "radio/radio_config_table.h"
 #include "radio_config.h"
@@ -23,15 +23,18 @@ namespace {
 // to their last non-zero entry of 66 ("err" when rc is not 0).
 template <typename T>
 std::string text(T v) {
-  if constexpr (std::is_pointer_v<T>) return v ? std::string(v, strnlen(v, 16)) : "(null)";
-  else return std::to_string(v);
+  if constexpr (std::is_pointer_v<T>)
+    return v ? std::string(v, strnlen(v, 16)) : "(null)";
+  else
+    return std::to_string(v);
 }
 std::string text(std::string s) { return s; }
 template <typename T>
 std::string text(uint32_t rc, uint32_t n, const T *v) {
-  std::string s = text(n) + ":", tail;
-  for (size_t i = 0; i < RADIO_REGION_MAX_CHAN; ++i)
-    if (tail += (i ? "," : "") + text(v[i]); v[i]) s += tail, tail.clear();
+  size_t end = RADIO_REGION_MAX_CHAN;
+  while (end && !v[end - 1]) --end;
+  std::string s = text(n) + ":";
+  for (size_t i = 0; i < end; ++i) s += (i ? "," : "") + text(v[i]);
   return rc ? "err" : s;
 }
 
@@ -65,40 +68,75 @@ template <typename R, typename... P>
 std::function<std::string(const Args &)> with_args(R (*f)(P...)) {
   return [f](const Args &a) {
     return a.size() != sizeof...(P) ? "(arguments?)" : [&]<size_t... I>(std::index_sequence<I...>) {
-      return text(f(static_cast<P>(a[I])...)); }(std::index_sequence_for<P...>{});
+      return text(f(static_cast<P>(a[I])...));
+    }
+    (std::index_sequence_for<P...>{});
   };
 }
 // Arguments a[first] on: the frequencies of a list.
 template <typename T>
 std::vector<T> from(const Args &a, size_t first, size_t size = 1) {
   std::vector<T> v(a.begin() + static_cast<long>(first), a.end());
-  return v.resize(std::max(v.size(), size)), v;
+  v.resize(std::max(v.size(), size));
+  return v;
 }
 uint8_t g_low, g_high, g_dcoff;
-uint32_t g_rc, g_lo, g_hi, g_words[RADIO_REGION_MAX_CHAN];
-std::vector<uint16_t> g_exclude;
-uint32_t *zeroed() { return static_cast<uint32_t *>(std::memset(g_words, 0, sizeof g_words)); }
-radio_chan_rec_t g_rec;
-radio_chan_list_t g_chans;
+uint32_t g_lo, g_hi, g_words[RADIO_REGION_MAX_CHAN];
 radio_block_list_t g_block;
+uint32_t *zeroed() { return static_cast<uint32_t *>(std::memset(g_words, 0, sizeof g_words)); }
 std::string table(uint32_t rid) {  // "code:freq/chan/commonFlag/extFlag/power,..."
   radio_region_tbl_t t;
   if (radio_region_getRegionFlags(rid, &t)) return "err";
   std::string s = text(t.regionCode) + ":";
   char rec[64];
-  for (const radio_chan_rec_t &r : std::vector<radio_chan_rec_t>(t.chanRec, t.chanRec + t.chanNum))
-    s += (std::snprintf(rec, sizeof rec, "%s%d/%u/%x/%x/%d", s.back() == ':' ? "" : ",", r.freq, r.chan, r.commonFlag,
-                        r.extFlag, r.maxPower), rec);
+  for (const radio_chan_rec_t &r : std::vector<radio_chan_rec_t>(t.chanRec, t.chanRec + t.chanNum)) {
+    std::snprintf(rec, sizeof rec, "%s%d/%u/%x/%x/%d", s.back() == ':' ? "" : ",", r.freq, r.chan, r.commonFlag,
+                  r.extFlag, r.maxPower);
+    s += rec;
+  }
   return s;
+}
+// By channel index; index 0: the highest, but for the frequencies a[2]... after it.
+std::string chan_power(const Args &a) {
+  std::vector<uint16_t> exclude = from<uint16_t>(a, 1);
+  exclude[0] = static_cast<uint16_t>(a.size() - 2);
+  return text(radio_region_getMaxPowerByChan(a[0], a[1], a.size() < 3 ? nullptr : exclude.data()));
+}
+// Width code a[0] for a channel with commonFlag a[1] and extFlag a[2] (none without them).
+std::string valid(const Args &a) {
+  radio_chan_rec_t rec{};
+  rec.commonFlag = a.size() < 3 ? 0 : uint32_t(a[1]);
+  rec.extFlag = a.size() < 3 ? 0 : uint32_t(a[2]);
+  return text(radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr : &rec));
+}
+std::string chans(const Args &a) {  // radio, kind
+  radio_chan_list_t l;
+  std::memset(&l, 0xAB, sizeof l);
+  l.kind = uint8_t(a[1]);
+  const uint32_t rc = radio_region_getChanList(a[0], &l);
+  return text(rc, l.count, l.entries);
+}
+std::string block(const Args &a) {  // radio, n, then the supported frequencies
+  radio_block_list_t l;
+  std::memset(&l, 0x5A, sizeof l);
+  const uint32_t rc = radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), &l);
+  return text(rc, l.count, l.freq);
 }
 
 // The calls by short name: the function's own name (as its messages show it)
 // and the call. CFG, REG: radio_config_f or radio_region_f itself; FX: an
 // expression of the arguments standing for f.
-#define CFG(key, f) {key, {"radio_config_" #f, with_args(radio_config_##f)}}
-#define REG(key, f) {key, {"radio_region_" #f, with_args(radio_region_##f)}}
-#define FX(key, f, ...) {key, {"radio_" #f, []([[maybe_unused]] const Args &a) { return text(__VA_ARGS__); }}}
-const std::map<std::string, std::pair<std::string, std::function<std::string(const Args &)>>> kFns = {
+using Fn = std::function<std::string(const Args &)>;
+using Entry = std::pair<const std::string, std::pair<std::string, Fn>>;
+template <typename R, typename... P>
+Entry call(const char *key, const char *name, R (*f)(P...)) {
+  return {key, {name, with_args(f)}};
+}
+Entry fx(const char *key, const char *name, Fn f) { return {key, {name, std::move(f)}}; }
+#define CFG(key, f) call(key, "radio_config_" #f, radio_config_##f)
+#define REG(key, f) call(key, "radio_region_" #f, radio_region_##f)
+#define FX(key, f, ...) fx(key, "radio_" #f, []([[maybe_unused]] const Args &a) { return text(__VA_ARGS__); })
+const std::map<std::string, std::pair<std::string, Fn>> kFns = {
     CFG("band", getBand), CFG("mimo", getMimo), CFG("mgain", getMimoGain), CFG("again", getAnttGain),
     CFG("modeCap", getModeCap), CFG("ifindex", getIfindex), CFG("acs", getBlockAcsBand),
     CFG("spruce", getBlockSpruceBand4), CFG("ifname", getIfname), CFG("prefix", getVapPrefix),
@@ -116,43 +154,35 @@ const std::map<std::string, std::pair<std::string, std::function<std::string(con
     REG("vht80", isVHT80Supp), REG("vht160", isVHT160Supp), REG("is5g", is5GSupp), REG("dfs", isDfsSupp),
     REG("radar", isWradarSupp), REG("dfsCap", getDFSCap),
     // Level, register values, capacity, table, lists...; "...Null": with a NULL pointer.
-    FX("lv", config_thermalLevelCfg, radio_config_thermalLevelCfg(a[0], &g_low, &g_high, &g_dcoff) ? std::string("err")
-                                     : text(g_low) + "/" + text(g_high) + "/" + text(g_dcoff)),  // low/high/dcoff
+    FX("lv", config_thermalLevelCfg,  // low/high/dcoff
+       radio_config_thermalLevelCfg(a[0], &g_low, &g_high, &g_dcoff)
+           ? std::string("err")
+           : text(g_low) + "/" + text(g_high) + "/" + text(g_dcoff)),
     FX("lvNoLow", config_thermalLevelCfg, radio_config_thermalLevelCfg(a[0], nullptr, &g_high, &g_dcoff)),
     FX("ccaVal", config_bbCCARegVal, text(radio_config_bbCCARegVal(a[0], zeroed()), a[0], g_words)),
     FX("agcVal", config_bbAGCRegVal, text(radio_config_bbAGCRegVal(a[0], zeroed()), a[0], g_words)),
     FX("psdVal", config_bbPSDRegVal, text(radio_config_bbPSDRegVal(a[0], zeroed()), a[0], g_words)),
     FX("psdNull", config_bbPSDRegVal, radio_config_bbPSDRegVal(a[0], nullptr)),
-    {"bbregNull", {"_bbreg_parse", [](const Args &) { return text(radio::_bbreg_parse(nullptr, "AGC", 2, nullptr)); }}},
+    fx("bbregNull", "_bbreg_parse", [](const Args &) { return text(radio::_bbreg_parse(nullptr, "AGC", 2, nullptr)); }),
     // Both radios' radioId, minPower, maxPower, mimo, ofdmaCfgSupp, ofdmaEnable, maxVapNum.
     FX("caps", config_get_capacity,
        text(radio_config_get_capacity(reinterpret_cast<radio_capacity_t *>(zeroed())), 14, g_words)),
     FX("capsNull", config_get_capacity, radio_config_get_capacity(nullptr)),
-    FX("table", region_getRegionFlags, table(a[0])),
-    // By channel index; index 0: the highest, but for the frequencies after it.
-    FX("chanPower", region_getMaxPowerByChan, (g_exclude = from<uint16_t>(a, 1), g_exclude[0] = a.size() - 2,
-        radio_region_getMaxPowerByChan(a[0], a[1], a.size() < 3 ? nullptr : g_exclude.data()))),
-    FX("range", region_getPowerRange, radio_region_getPowerRange(a[0], &g_lo, &g_hi) ? "err" : text(g_lo) + "-" +
-                                                                                         text(g_hi)),
+    FX("table", region_getRegionFlags, table(a[0])), fx("chanPower", "radio_region_getMaxPowerByChan", chan_power),
+    FX("range", region_getPowerRange,
+       radio_region_getPowerRange(a[0], &g_lo, &g_hi) ? "err" : text(g_lo) + "-" + text(g_hi)),
     FX("rangeNoMin", region_getPowerRange, radio_region_getPowerRange(a[0], nullptr, &g_hi)),
-    // Width code a[0] for a channel with commonFlag a[1] and extFlag a[2] (none without them).
-    FX("valid", region_checkChannelValid, radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr
-        : (g_rec.commonFlag = uint32_t(a[1]), g_rec.extFlag = uint32_t(a[2]), &g_rec))),
+    fx("valid", "radio_region_checkChannelValid", valid),
     // Radio, count, width, then the frequencies.
     FX("nonDfs", region_checkIsSuppNonDfsChan,
        radio_region_checkIsSuppNonDfsChan(a[0], a[1], from<uint32_t>(a, 3, 67).data(), a[2])),
     FX("nonDfsNull", region_checkIsSuppNonDfsChan, radio_region_checkIsSuppNonDfsChan(a[0], a[1], nullptr, a[2])),
-    FX("chans", region_getChanList, (std::memset(&g_chans, 0xAB, sizeof g_chans), g_chans.kind = uint8_t(a[1]),
-        g_rc = radio_region_getChanList(a[0], &g_chans), text(g_rc, g_chans.count, g_chans.entries))),  // radio, kind
+    fx("chans", "radio_region_getChanList", chans),
     FX("chansNull", region_getChanList, radio_region_getChanList(a[0], nullptr)),
-    // Radio, n, then the supported frequencies.
-    FX("block", region_getBlockFreqList, (std::memset(&g_block, 0x5A, sizeof g_block),
-        g_rc = radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), &g_block),
-        text(g_rc, g_block.count, g_block.freq))),
+    fx("block", "radio_region_getBlockFreqList", block),
     FX("blockNullSupp", region_getBlockFreqList, radio_region_getBlockFreqList(a[0], a[1], nullptr, &g_block)),
     FX("blockNullOut", region_getBlockFreqList,
-       radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), nullptr)),
-};
+       radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), nullptr))};
 
 // The call "key(a,b)=answer" with the answer it gives; name: its function's.
 std::string run(const std::string &call, std::string *name = nullptr) {
@@ -172,7 +202,13 @@ std::string run_all(const std::string &calls) {  // blank-separated calls
   return out;
 }
 // Each row answers as given and prints prefix, then its text at line (none for line 0).
-struct Row { std::string call; int line = 0; std::string text = ""; };
+struct Row {
+  Row(const char *c) : call(c) {}
+  Row(std::string c, int l = 0, std::string t = "") : call(std::move(c)), line(l), text(std::move(t)) {}
+  std::string call;
+  int line = 0;
+  std::string text;
+};
 void check(const std::vector<Row> &rows, const std::string &prefix = "") {
   for (const Row &r : rows) {
     std::string got, name, err = stderr_of([&] { got = run(r.call, &name); });
@@ -213,7 +249,9 @@ TEST_F(RadioTest, ValuesRead) {
   auto agc = [](const std::string &t) { return radio_config(R"("BBRegCfg": {"BBRegAGC": )" + t + "}"); };
   const std::string no_mode = msg("radio_config_getMaxModeCap", 1533, "invalid mode:0x20\n");
   const char *value = "(NULL != pVal && pVal->type == cJSON_Number)", *th = "_radio_thermal_cfg_parse";
-  const struct { std::string json, want, err = ""; } rows[] = {
+  const struct {
+    std::string json, want, err = "";
+  } rows[] = {
       {radio_config(R"("maxStaPerRadio": 128, "chanLimitSupp": true, "dfsCfgSupp": false, "n1024QAMSupp": true,
           "ofdmaCfgSupp": true, "fragThreshSupp": false, "ovWriteCtl": true, "dfsImproveSupp": true, "dfsUSSupp": true,
           "noAutoWradarSupp": true, "zeroWaitDfsSupp": true, "ofdmaEnable": true)",
@@ -231,16 +269,19 @@ TEST_F(RadioTest, ValuesRead) {
        "sta=-1 meshSta=sta1 region=36"},  // another type counts as missing
       // Radio type, the radio with a band (radio 0 first), mimo gain, mode bit, PHY mode, width code.
       {radio_config(R"("maxStaPerRadio": 1)", radio(2, mode + "1, \"mimo\": 2"), radio(52, mode + "2, \"mimo\": 3")),
-       "sta=1 type=17 supp2g=1 supp5g=1 rid(2)=0 rid(52)=1 rid(5)=" + kErr + " mgain(0)=3 mgain(1)=5 maxCap(0)=1 "
-       "maxMode(0)=0 maxWidth(0)=2 maxCap(1)=2 maxMode(1)=3 maxWidth(1)=2"},
+       "sta=1 type=17 supp2g=1 supp5g=1 rid(2)=0 rid(52)=1 rid(5)=" + kErr +
+           " mgain(0)=3 mgain(1)=5 maxCap(0)=1 "
+           "maxMode(0)=0 maxWidth(0)=2 maxCap(1)=2 maxMode(1)=3 maxWidth(1)=2"},
       {radio_config("", radio(5, mode + "6, \"mimo\": 4"), radio(5, mode + "15, \"mimo\": 5")),
-       "type=32 supp2g=0 supp5g=2 rid(5)=0 rid(3)=" + kErr + " mgain(0)=6 mgain(1)=0 maxCap(0)=4 maxMode(0)=4 "
-       "maxWidth(0)=4 maxCap(1)=8 maxMode(1)=10 maxWidth(1)=6"},
+       "type=32 supp2g=0 supp5g=2 rid(5)=0 rid(3)=" + kErr +
+           " mgain(0)=6 mgain(1)=0 maxCap(0)=4 maxMode(0)=4 "
+           "maxWidth(0)=4 maxCap(1)=8 maxMode(1)=10 maxWidth(1)=6"},
       {radio_config("", radio(2, mode + "52"), radio(52)),
        "type=17 maxCap(0)=16 maxMode(0)=13 maxWidth(0)=4 maxCap(1)=16 maxMode(1)=16 maxWidth(1)=8"},
-      {radio_config("", radio(7, mode + "32"), radio(52)), "type=16 rid(2)=" + kErr + " maxCap(0)=0 maxMode(0)=" +
-       kErr + " maxWidth(0)=" + kErr, no_mode + no_mode + msg("radio_config_getMaxMode", 1691, "invalid mode:0\n") +
-       no_mode + msg("radio_config_getMaxChanWidth", 1731, "invalid mode:0\n")},
+      {radio_config("", radio(7, mode + "32"), radio(52)),
+       "type=16 rid(2)=" + kErr + " maxCap(0)=0 maxMode(0)=" + kErr + " maxWidth(0)=" + kErr,
+       no_mode + no_mode + msg("radio_config_getMaxMode", 1691, "invalid mode:0\n") + no_mode +
+           msg("radio_config_getMaxChanWidth", 1731, "invalid mode:0\n")},
       // Names keep 15 characters, ifname 16 with no NUL; specCARegionCode wins.
       {radio_config(R"("meshBkhapIfname": "bbbbbbbbbbbbbbbbbbbb", "meshStaIfname": "ssssssssssssssssssss",
           "specCARegionCode": 124, "specRegionCode": 36)",
@@ -274,30 +315,40 @@ TEST_F(RadioTest, ValuesRead) {
 
 TEST_F(RadioTest, FailedLoadsAndBadArguments) {
   const char *id = "init error or invalid radioID:1", *init = "init error", *names = "init error or invalid";
-  check({{"band(1)=0", 1455, id}, {"mimo(1)=0", 1466, id}, {"mgain(1)=0", 1477, id}, {"again(1)=0", 1488, id},
-         {"modeCap(1)=0", 1740, id}, {"ifindex(1)=0", 1542, id}, {"acs(1)=0", 1553, id}, {"spruce(1)=0", 1564, id},
-         {"ifname(1)=(null)", 1575, id}, {"prefix(1)=(null)", 1586, id}, {"vaps(1)=0", 1597, id},
-         {"maxCap(1)=0", 1501, id}, {"smartAnt(1)=0", 2007, init}, {"eirp=0"}, {"sta=0"}, {"type=0"}, {"supp2g=0"},
-         {"supp5g=0"}, {"chanLimit=0", 1771, init}, {"ofdma=0", 1783, init}, {"frag=0", 1795, init},
-         {"dfsImprove=0", 1828, init}, {"qam=0", 1839, init}, {"thermal=0", 1850, init}, {"cca=0", 1882, init},
-         {"agc=0", 1917, init}, {"psd=0", 1952, init}, {"region=841", 2061, init}, {"ovw=0", 2073, init},
-         {"dfsCfg=0", 2084, init}, {"bkhap=(null)", 1347, names}, {"meshSta=(null)", 1358, names},
-         {"lv(0)=err", 1861, init}, {"ccaVal(1)=err", 1895, init}, {"agcVal(1)=err", 1930, init},
-         {"psdVal(1)=err", 1965, init}, {"noAutoWradar=0", 1806, init}, {"zeroWait=0", 1817, init},
-         {"caps=err", 1421, init}},
+  check(
+      {Row("band(1)=0", 1455, id), Row("mimo(1)=0", 1466, id), Row("mgain(1)=0", 1477, id), Row("again(1)=0", 1488, id),
+       Row("modeCap(1)=0", 1740, id), Row("ifindex(1)=0", 1542, id), Row("acs(1)=0", 1553, id),
+       Row("spruce(1)=0", 1564, id), Row("ifname(1)=(null)", 1575, id), Row("prefix(1)=(null)", 1586, id),
+       Row("vaps(1)=0", 1597, id), Row("maxCap(1)=0", 1501, id), Row("smartAnt(1)=0", 2007, init)},
+      loader(447, "(NULL != pFile)"));
+  check({"eirp=0", "sta=0", "type=0", "supp2g=0", "supp5g=0", Row("chanLimit=0", 1771, init),
+         Row("ofdma=0", 1783, init), Row("frag=0", 1795, init), Row("dfsImprove=0", 1828, init),
+         Row("qam=0", 1839, init), Row("thermal=0", 1850, init), Row("cca=0", 1882, init), Row("agc=0", 1917, init)},
+        loader(447, "(NULL != pFile)"));
+  check({Row("psd=0", 1952, init), Row("region=841", 2061, init), Row("ovw=0", 2073, init), Row("dfsCfg=0", 2084, init),
+         Row("bkhap=(null)", 1347, names), Row("meshSta=(null)", 1358, names), Row("lv(0)=err", 1861, init),
+         Row("ccaVal(1)=err", 1895, init), Row("agcVal(1)=err", 1930, init), Row("psdVal(1)=err", 1965, init),
+         Row("noAutoWradar=0", 1806, init), Row("zeroWait=0", 1817, init), Row("caps=err", 1421, init)},
         loader(447, "(NULL != pFile)"));  // no file: each call tries again
   const std::string eirp = "(NULL != pData && (pData->type == cJSON_True || pData->type == cJSON_False))",
                     sta = "((l_radioCfgTbl.maxStaPerRadio > 0) && (l_radioCfgTbl.maxStaPerRadio <= MAX_STA_PER_RADIO))",
                     two = radio(2) + ", " + radio(5);
   const char *count = "(count == MAX_RADIO_NUM)", *number = "(NULL != pTmp && pTmp->type == cJSON_Number)";
-  const struct { std::string json, err; } rows[] = {
+  const struct {
+    std::string json, err;
+  } rows[] = {
       {"", msg("l_radio_config_init", 451, "failed to read file\n")},
       {"{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")},
-      {[] { std::string s = radio_config(); return s.insert(s.size() - 1, 1025 - s.size(), ' '); }(),  // 1025 bytes
+      {[] {
+         std::string s = radio_config();
+         return s.insert(s.size() - 1, 1025 - s.size(), ' ');
+       }(),  // 1025 bytes
        loader(461, "(NULL != pRadioCfg)")},
-      {radio_config(R"("EIRP": 1)"), loader(464, eirp)}, {"{\"radioTable\": [" + two + "]}", loader(464, eirp)},
+      {radio_config(R"("EIRP": 1)"), loader(464, eirp)},
+      {"{\"radioTable\": [" + two + "]}", loader(464, eirp)},
       {radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)},
-      {radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)}, {"{\"EIRP\": false}", loader(482, count)},
+      {radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)},
+      {"{\"EIRP\": false}", loader(482, count)},
       {"{\"EIRP\": false, \"radioTable\": [" + radio(2) + "]}", loader(482, count)},
       {"{\"EIRP\": false, \"radioTable\": [" + two + ", " + radio(5) + "]}", loader(482, count)},
       {"{\"EIRP\": false, \"radioTable\": 7}", loader(482, count)},
@@ -313,19 +364,19 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
     check({band0, band0}, r.err);
   }
   tree_.write_model("radio_config.json", radio_config());  // fixed between calls
-  EXPECT_NE(stdout_of([] { check({{"band(1)=5"}}); }).find("radioType: 0x11"), std::string::npos);
+  EXPECT_NE(stdout_of([] { check({"band(1)=5"}); }).find("radioType: 0x11"), std::string::npos);
   EXPECT_EQ(stdout_of([] { radio_config_getBand(1); }), "");  // dumped once, at the load
   // Arguments out of range on the loaded table.
   char level4[96], no_low[96];  // the outputs' addresses
   std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)&g_low, (void *)&g_high, (void *)&g_dcoff);
   std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", (void *)nullptr, (void *)&g_high, (void *)&g_dcoff);
   const char *id2 = "init error or invalid radioID:2";
-  check({{"band(2)=0", 1455, id2}, {"smartAnt(2)=0", 2007, id2}, {"maxMode(2)=" + kErr, 1661, "invalid radioID:2"},
-         {"maxWidth(2)=" + kErr, 1702, "invalid radioID:2"}, {"lv(3)=0/0/0"}, {"lv(4)=err", 1867, level4},
-         {"lvNoLow(0)=" + kErr, 1867, no_low}, {"ccaVal(2)=err", 1901, "regnum(2) too many"},
-         {"agcVal(3)=err", 1936, "regnum(3) too many"}, {"psdVal(4)=err", 1971, "regnum(4) too many"}, {"psdNull(0)=0"},
-         {"psdNull(1)=" + kErr}, {"capsNull=" + kErr},
-         {"bbregNull=0", 360, "condition((pRoot && pRegName && pRegSet)) failed"}});
+  check({Row("band(2)=0", 1455, id2), Row("smartAnt(2)=0", 2007, id2),
+         Row("maxMode(2)=" + kErr, 1661, "invalid radioID:2"), Row("maxWidth(2)=" + kErr, 1702, "invalid radioID:2"),
+         "lv(3)=0/0/0", Row("lv(4)=err", 1867, level4), Row("lvNoLow(0)=" + kErr, 1867, no_low),
+         Row("ccaVal(2)=err", 1901, "regnum(2) too many"), Row("agcVal(3)=err", 1936, "regnum(3) too many"),
+         Row("psdVal(4)=err", 1971, "regnum(4) too many"), "psdNull(0)=0", "psdNull(1)=" + kErr, "capsNull=" + kErr,
+         Row("bbregNull=0", 360, "condition((pRoot && pRegName && pRegSet)) failed")});
 }
 
 TEST_F(RadioTest, DumpAtTheLoadOnly) {
@@ -348,8 +399,14 @@ TEST_F(RadioTest, ReadingTheFiles) {
   std::string chans66 = "R:1";
   for (int i = 0; i < RADIO_REGION_MAX_CHAN; ++i) chans66 += " " + text(2412 + i) + ",1,0,1";
   const std::string name49 = std::string(46, 'N') + ":12", bad = fails("invalid file format");
-  const struct { std::string reg2; int code, rc; std::string err, tables = ""; const char *reg5 = "EU:276\n";
-                 int band0 = 2, band1 = 5; } rows[] = {  // REG_DOMAIN5 lacks the region unless given
+  const struct {
+    std::string reg2;
+    int code, rc;
+    std::string err, tables = "";
+    const char *reg5 = "EU:276\n";
+    int band0 = 2, band1 = 5;
+  } rows[] = {
+      // REG_DOMAIN5 lacks the region unless given
       {"USA:840 2412,1,0,1\n", 840, -1,  // no REG_DOMAIN5 yet
        kEnd + count(840, 1) + fails("failed to open file /etc/AP100_X_2.0/ath/REG_DOMAIN5", 202), "", nullptr},
       {"OTHER:7 2422,10000,0,10\nUSA:840 2412,10080,0,20 2484,10080,1002,18\nX:9 2437,1,2,3\n", 840, 0,
@@ -357,12 +414,14 @@ TEST_F(RadioTest, ReadingTheFiles) {
        "table(0)=840:2412/1/10080/0/20,2484/14/10080/1002/18 table(1)=840:5180/36/870100/0/23,5825/165/100/0/30",
        "USA:840\n5180,870100,0,23\n5825,100,0,30"},
       {"R:1 2412,0,0,1 2467,0,0,1 2484,0,0,1 3000,0,0,1 4920,0,0,1 4000,0,0,1 5180,0,0,1 5825,0,0,1 5000,0,0,1\n", 1, 0,
-       kEnd + count(1, 9) + count(1, 0), "table(0)=1:2412/1/0/0/1,2467/12/0/0/1,2484/14/0/0/1,3000/39/0/0/1,"
+       kEnd + count(1, 9) + count(1, 0),
+       "table(0)=1:2412/1/0/0/1,2467/12/0/0/1,2484/14/0/0/1,3000/39/0/0/1,"
        "4920/184/0/0/1,4000/0/0/0/1,5180/36/0/0/1,5825/165/0/0/1,5000/0/0/0/1 table(1)=1:"},
       {"USA:840 2412,1,0,1 empty 2417,1,0,1\n", 840, 0, kEmpty + count(840, 1) + count(840, 0)},
       {"USA:840 empty\nJP:392 2412,1,0,1\n", 840, 0, kEmpty + count(840, 0) + count(840, 0)},
       {"name-with-text:0840x 2412,1,0,1 B:2", 840, 0, kNext + count(840, 1) + count(840, 0)},
-      {"840 2412,1,0,1 USA:840", 840, 0, count(840, 0) + count(840, 0)}, {"USA:840 2412,1,0\n", 840, -1, bad},
+      {"840 2412,1,0,1 USA:840", 840, 0, count(840, 0) + count(840, 0)},
+      {"USA:840 2412,1,0\n", 840, -1, bad},
       {"USA:840 2412,1,0,1 840 2417,1,0,1\n", 840, -1, bad},
       {"USA:840 2412,1,0,1\n", 841, -1, fails("failed to find match region:841", 237)},
       // Bands 5 and 52 read REG_DOMAIN5, the others REG_DOMAIN2.
@@ -370,7 +429,8 @@ TEST_F(RadioTest, ReadingTheFiles) {
       {"R:1 2412,1,0,1\n", 1, 0, kEnd + count(1, 1) + kEnd + count(1, 1), "table(0)=1:5180/36/100/0/1",
        "R:1 5180,100,0,1\n", 52, 7},
       // At most 66 channels and 49-character tokens; nothing past radio 0's table.
-      {chans66, 1, 0, count(1, 66) + count(1, 0)}, {chans66 + " 5000,1,0,1\n", 1, -1, bad, "table(1)=0:"},
+      {chans66, 1, 0, count(1, 66) + count(1, 0)},
+      {chans66 + " 5000,1,0,1\n", 1, -1, bad, "table(1)=0:"},
       {name49 + " 2412,1,0,1\n", 12, 0, kEnd + count(12, 1) + count(12, 0)},
       {"N" + name49 + " 2412,1,0,1", 12, -1, bad},
       {"R:12 2412,1,0,1" + std::string(40, '0') + "\n", 12, -1, bad},
@@ -385,7 +445,7 @@ TEST_F(RadioTest, EveryCallRebuildsBothTables) {
   init("A:1 2412,20000,0,30 2417,20000,0,31 2422,20000,0,32\nB:2 2462,1,0,20\n", "A:1 5180,100,0,1\nB:2\n", 1);
   stderr_of([] { EXPECT_EQ(radio_region_init(2), 0); });
   // The older records past the count are not looked at.
-  check({{"ht40(0)=0"}, {"maxPower(0)=20"}, {"chanPower(0,0)=20"}, {"freqIndex(0,2417)=0"}, {"chans(0,1)=1:2462"}});
+  check({"ht40(0)=0", "maxPower(0)=20", "chanPower(0,0)=20", "freqIndex(0,2417)=0", "chans(0,1)=1:2462"});
   stderr_of([] { EXPECT_EQ(radio_region_reinit(1), 0); });
   EXPECT_EQ(stdout_of([] { debug_regionShowFlag(); }),
             "============================\nregion:1, channelNum:3\nchanIndex:1 flag:20000 freq:2412M, chan:1\n"
@@ -397,30 +457,37 @@ TEST_F(RadioTest, IndexesNumbersFrequenciesAndPower) {
   // 2422: DFS not enabled, so not usable; 5180: DFS enabled.
   load("2412,10080,0,20 2417,30080,0,27 2422,1,2,40 2412,1,0,5", "5180,100,1002,30 5200,100,0,10 65535,100,0,25");
   const char *rid2 = "invalid rid:2", *index5 = "invalid chanIndex:5", *flags = "current channelNum = 4";
-  check({{"freq(0,2)=2417"}, {"freq(0,4)=2412"}, {"freq(0,0)=0"}, {"num(0,0)=0"}, {"num(0,2)=2"}, {"num(1,2)=40"},
-         {"freq(0,5)=0", 837, index5}, {"num(0,5)=0", 907, index5}, {"numIndex(0,1)=1"}, {"numIndex(1,40)=2"},
-         {"numIndex(1,44)=0"}, {"freqIndex(0,2412)=1"}, {"freqIndex(0,2422)=3"}, {"freqIndex(1,2412)=0"},
-         {"check(0,4)=4"}, {"check(0,0)=0"}, {"check(0,5)=0", 1058, index5}, {"flag(0,2)=196736"}, {"flag(0,4)=1"},
-         {"flag(0,0)=0", 1235, std::string("invalid chanIndex:0, ") + flags}, {"maxPower(0)=27"}, {"maxPower(1)=30"},
-         {"flag(0,5)=0", 1235, std::string(index5) + ", " + flags}, {"chanPower(0,0)=27"}, {"chanPower(0,1)=20"},
-         {"chanPower(0,0,2417)=20"}, {"chanPower(0,0,2400,5000)=27"}, {"chanPower(1,0,2417)=30"},
-         {"chanPower(0,3,2417)=40"}, {"chanPower(0,5,2417)=0", 967, index5},  // by index: neither rule nor list
-         {"freq(2,1)=0", 831, rid2}, {"num(2,1)=0", 896, rid2}, {"numIndex(2,1)=0", 856, rid2},
-         {"freqIndex(2,1)=0", 878, rid2}, {"maxPower(2)=0", 922, rid2}, {"chanPower(2,0)=0", 960, rid2},
-         {"check(2,0)=0", 1052, rid2}, {"flag(2,1)=0", 1227, rid2}, {"table(2)=err", 1251, rid2},
-         {"ht40(2)=0", 1267, rid2}, {"vht80(2)=0", 1291, rid2}});
+  check({"freq(0,2)=2417", "freq(0,4)=2412", "freq(0,0)=0", "num(0,0)=0", "num(0,2)=2", "num(1,2)=40",
+         Row("freq(0,5)=0", 837, index5), Row("num(0,5)=0", 907, index5), "numIndex(0,1)=1", "numIndex(1,40)=2",
+         "numIndex(1,44)=0", "freqIndex(0,2412)=1", "freqIndex(0,2422)=3", "freqIndex(1,2412)=0"});
+  check({"check(0,4)=4", "check(0,0)=0", Row("check(0,5)=0", 1058, index5), "flag(0,2)=196736", "flag(0,4)=1",
+         Row("flag(0,0)=0", 1235, std::string("invalid chanIndex:0, ") + flags), "maxPower(0)=27", "maxPower(1)=30",
+         Row("flag(0,5)=0", 1235, std::string(index5) + ", " + flags), "chanPower(0,0)=27", "chanPower(0,1)=20",
+         "chanPower(0,0,2417)=20", "chanPower(0,0,2400,5000)=27", "chanPower(1,0,2417)=30"});
+  check({"chanPower(0,3,2417)=40", Row("chanPower(0,5,2417)=0", 967, index5),  // by index: neither rule nor list
+         Row("freq(2,1)=0", 831, rid2), Row("num(2,1)=0", 896, rid2), Row("numIndex(2,1)=0", 856, rid2),
+         Row("freqIndex(2,1)=0", 878, rid2), Row("maxPower(2)=0", 922, rid2), Row("chanPower(2,0)=0", 960, rid2),
+         Row("check(2,0)=0", 1052, rid2), Row("flag(2,1)=0", 1227, rid2), Row("table(2)=err", 1251, rid2),
+         Row("ht40(2)=0", 1267, rid2), Row("vht80(2)=0", 1291, rid2)});
   std::vector<uint16_t> longest(65536, 2400);  // every count a u16 holds: the count is no frequency, the last is read
-  longest[0] = 65535, longest[65535] = 5180;
+  longest[0] = 65535;
+  longest[65535] = 5180;
   EXPECT_EQ(radio_region_getMaxPowerByChan(1, 0, longest.data()), 25u);
 }
 
 TEST_F(RadioTest, PowerRangeAndFlags) {
   // The minimum power counts the antenna gain in four regions with EIRP on.
-  const struct { int code; std::string want, top = "", chans2 = "2412,1,0,20", chans5 = "5180,100,0,23";
-                 int band0 = 2; } rows[] = {
+  const struct {
+    int code;
+    std::string want, top = "", chans2 = "2412,1,0,20", chans5 = "5180,100,0,23";
+    int band0 = 2;
+  } rows[] = {
       {36, "range(0)=7-20 range(1)=12-23 range(2)=err rangeNoMin(0)=" + kErr},
-      {818, "range(0)=7-20 range(1)=12-23"}, {276, "range(1)=12-23"}, {392, "range(1)=12-23"},
-      {840, "range(0)=4-20 range(1)=7-23"}, {36, "range(0)=4-20 range(1)=7-23", R"("EIRP": false)"},
+      {818, "range(0)=7-20 range(1)=12-23"},
+      {276, "range(1)=12-23"},
+      {392, "range(1)=12-23"},
+      {840, "range(0)=4-20 range(1)=7-23"},
+      {36, "range(0)=4-20 range(1)=7-23", R"("EIRP": false)"},
       {1, "caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8 capsNull=" + kErr, R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"},
       // HT40 (either bit), VHT80 (with 0x100), 5 GHz channels on a 5 GHz radio.
       {1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1",
@@ -442,38 +509,38 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   load("2412,10000,0,1 2417,1,2,1 2422,1,1002,1", "5180,10000,0,1 5260,10000,1102,1 5300,0,0,1");  // DFS, no radar
   const char *bad = "invalid parameters";
   // Width codes 2: HT20; 3, 4: HT40; 5, 6: VHT80; others: any. DFS and radar need the region's.
-  check({{"valid(2,0x10000,0)=1"}, {"valid(2,0x20000,0)=0"}, {"valid(3,0x20000,0)=1"}, {"valid(4,0x20000,0)=1"},
-         {"valid(4,0x10000,0)=0"}, {"valid(5,0x20000,0)=0"}, {"valid(5,0x800100,0)=1"}, {"valid(6,0x800100,0)=1"},
-         {"valid(6,0x10000,0)=0"}, {"valid(7,0x10000,0)=1"}, {"valid(8,0x10000,0)=1"}, {"valid(2,0x10000,2)=1"},
-         {"valid(2,0x10000,0x1402)=0"}, {"valid(2)=0"},
-         // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
-         {"nonDfs(1,3,2,5260,5300,5180)=1"}, {"nonDfs(1,2,2,5260,5300,5180)=0"}, {"nonDfs(1,1,2,4000)=0"},
-         {"nonDfs(1,1,2,5180)=1"}, {"nonDfs(1,66,2,5180)=1"},
-         {"nonDfs(1,67,2)=1", 2159, "invalid suppFrepCnt: 67"}, {"nonDfs(1,0,2)=1", 2159, "invalid suppFrepCnt: 0"},
-         {"nonDfs(0,1,2,2412)=0", 2152, bad}, {"nonDfsNull(1,3,2)=0", 2152, bad},
-         // An unusable channel is a hole in the list.
-         {"chans(0,1)=3:2412,0,2422"}, {"chans(0,0)=3:1,0,3"}, {"chansNull(0)=" + kErr, 1373, "pChanlist is NULL"},
-         {"chans(2,1)=err", 1379, "invalid rid:2"}, {"block(0,3,2422,2412,2417)=0:"},
-         {"block(0,1,2417,2412)=2:2412,2422"},
-         {"block(0,4,2412)=err", 2198, "invalid suppFrepCnt: 4 maxChanCnt: 3"},
-         {"block(0,0,2412)=err", 2198, "invalid suppFrepCnt: 0 maxChanCnt: 3"}, {"block(2,1,2412)=err", 2191, bad},
-         {"blockNullSupp(0,1)=" + kErr, 2191, bad}, {"blockNullOut(0,1,2412)=" + kErr, 2191, bad}});
+  check({"valid(2,0x10000,0)=1", "valid(2,0x20000,0)=0", "valid(3,0x20000,0)=1", "valid(4,0x20000,0)=1",
+         "valid(4,0x10000,0)=0", "valid(5,0x20000,0)=0", "valid(5,0x800100,0)=1", "valid(6,0x800100,0)=1",
+         "valid(6,0x10000,0)=0", "valid(7,0x10000,0)=1", "valid(8,0x10000,0)=1", "valid(2,0x10000,2)=1",
+         "valid(2,0x10000,0x1402)=0", "valid(2)=0"});
+  // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
+  check({"nonDfs(1,3,2,5260,5300,5180)=1", "nonDfs(1,2,2,5260,5300,5180)=0", "nonDfs(1,1,2,4000)=0",
+         "nonDfs(1,1,2,5180)=1", "nonDfs(1,66,2,5180)=1", Row("nonDfs(1,67,2)=1", 2159, "invalid suppFrepCnt: 67"),
+         Row("nonDfs(1,0,2)=1", 2159, "invalid suppFrepCnt: 0"), Row("nonDfs(0,1,2,2412)=0", 2152, bad),
+         Row("nonDfsNull(1,3,2)=0", 2152, bad)});
+  // An unusable channel is a hole in the list.
+  check(
+      {"chans(0,1)=3:2412,0,2422", "chans(0,0)=3:1,0,3", Row("chansNull(0)=" + kErr, 1373, "pChanlist is NULL"),
+       Row("chans(2,1)=err", 1379, "invalid rid:2"), "block(0,3,2422,2412,2417)=0:", "block(0,1,2417,2412)=2:2412,2422",
+       Row("block(0,4,2412)=err", 2198, "invalid suppFrepCnt: 4 maxChanCnt: 3"),
+       Row("block(0,0,2412)=err", 2198, "invalid suppFrepCnt: 0 maxChanCnt: 3"), Row("block(2,1,2412)=err", 2191, bad),
+       Row("blockNullSupp(0,1)=" + kErr, 2191, bad), Row("blockNullOut(0,1,2412)=" + kErr, 2191, bad)});
   load("2412,1,0,1", "5600,100,1402,1");  // weather radar
-  check({{"valid(2,0x10000,0x1402)=1"}});
+  check({"valid(2,0x10000,0x1402)=1"});
   load("2412,10000,0,1", "5180,10000,0,1");  // no DFS: not answered
-  check({{"valid(2,0x10000,2)=0"}, {"nonDfs(1,3,2,5180)=0", 2152, bad}});
+  check({"valid(2,0x10000,2)=0", Row("nonDfs(1,3,2,5180)=0", 2152, bad)});
 }
 
 TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   config(radio_config(R"("dfsUSSupp": true, "noAutoWradarSupp": true, "zeroWaitDfsSupp": true)", radio(2), radio(52)));
-  check({{"dfsUS=0"}});  // reads the table as it stands: not loaded yet
+  check({"dfsUS=0"});                                  // reads the table as it stands: not loaded yet
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
   const char *parm = "parm error";
-  check({{"dfsUS=1"}, {"freqIndex(0,2412)=0"}, {"range(0)=4-0"}, {"ht40(0)=0"}, {"is5g=0"}, {"chanPower(0,0)=0"},
-         {"autoWidth(1,4)=5"}, {"autoWidth(1,6)=5"}, {"autoWidth(0,8)=3"}, {"autoWidth(1,5)=" + kErr, 2024, parm},
-         {"autoWidth(1,7)=" + kErr, 2024, parm}, {"autoWidth(2,4)=" + kErr, 2024, parm}});
+  check({"dfsUS=1", "freqIndex(0,2412)=0", "range(0)=4-0", "ht40(0)=0", "is5g=0", "chanPower(0,0)=0",
+         "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3", Row("autoWidth(1,5)=" + kErr, 2024, parm),
+         Row("autoWidth(1,7)=" + kErr, 2024, parm), Row("autoWidth(2,4)=" + kErr, 2024, parm)});
   config(radio_config("", radio(7), radio(5)), true);
-  check({{"autoWidth(1,8)=5"}, {"autoWidth(0,4)=0", 2053, "Don't get correct chanwidth!"}});
+  check({"autoWidth(1,8)=5", Row("autoWidth(0,4)=0", 2053, "Don't get correct chanwidth!")});
 }
 
 }  // namespace
