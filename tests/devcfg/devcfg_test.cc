@@ -45,11 +45,9 @@ std::string lan(const std::string &members, const std::string &top = "") {
 }
 // A load failure's message: "<error>devcfg_init():%4d  @ condition(...) failed, errno = N".
 std::string cond(int line, const std::string &c, int times = 1, const std::string &e = "N") {
-  char head[48];
-  std::string one =
-      std::string(head, std::snprintf(head, sizeof head, "<error>devcfg_init():%4d  @ condition(", line)) + c;
   std::string all;
-  while (times--) all += one + ") failed, errno = " + e + "\n";
+  while (times--)
+    all += "<error>devcfg_init(): " + std::to_string(line) + "  @ condition(" + c + ") failed, errno = " + e + "\n";
   return all;
 }
 const std::string kStr = "((NULL != pData) && (pData->type == cJSON_String))",
@@ -60,46 +58,44 @@ const std::string kVlan =
 const std::string kCount = cond(408,
                                 "((NULL != pData) && (pData->type == cJSON_Number) && (pData->valueint >= 0 && "
                                 "pData->valueint <= MAX_DOWNLINK_PORT_NUM))");
-std::string phy_err(const std::string &type) {
-  return "<error>devcfg_init(): 530  @ unsuppoerted phy type:" + type + "\n";
-}
+const std::string kPhy = "<error>devcfg_init(): 530  @ unsuppoerted phy type:";
 
 using Args = std::vector<long long>;
 std::string text(long long v) { return std::to_string(v); }
 char g_buf[128];
-char *buf() { return static_cast<char *>(std::memset(g_buf, '#', sizeof g_buf - 1)); }
+bool g_null;  // NULL for the output: the keys ending in "Null"
+char *buf() { return g_null ? nullptr : static_cast<char *>(std::memset(g_buf, '#', sizeof g_buf - 1)); }
 int32_t len(const Args &a, size_t i) { return a.size() > i ? static_cast<int32_t>(a[i]) : 32; }
 std::string name(int32_t rc) {  // "rc:name|bytes written"
   const auto n = std::count_if(g_buf, g_buf + sizeof g_buf - 1, [](char c) { return c != '#'; });
-  return text(rc) + ":" + (n ? g_buf + ("|" + text(n)) : "-");
+  return text(rc) + (g_null ? "" : ":" + (n ? g_buf + ("|" + text(n)) : "-"));
 }
-// The call by its signature: a value, a name (rc:name|bytes), a port's name,
-// a path, an app file's path (its length:path; n up to 300, the existence
-// test still works in 128 bytes); n or len is a[0] (a[1] for ports).
+// The answer by the function's signature: a value, a name, a port's name, a
+// path, an app file's path (its length:path; n up to 300, the existence test
+// still works in 128 bytes); n or len is a[0] (a[1] for ports).
+template <typename R>
+std::string answer(R (*f)(), const Args &) {
+  return text(f());
+}
+std::string answer(uint32_t (*f)(uint32_t), const Args &a) { return text(f(static_cast<uint32_t>(a[0]))); }
+std::string answer(int32_t (*f)(char *, int32_t), const Args &a) { return name(f(buf(), len(a, 0))); }
+std::string answer(int32_t (*f)(uint32_t, char *, int32_t), const Args &a) {
+  return name(f(static_cast<uint32_t>(a[0]), buf(), len(a, 1)));
+}
+std::string answer(void (*f)(char *, size_t), const Args &a) {
+  char p[128] = "-";
+  f(g_null ? nullptr : p, a.empty() ? sizeof p : static_cast<size_t>(a[0]));
+  return p;
+}
+std::string answer(int32_t (*f)(char *, size_t), const Args &a) {
+  char p[300] = "-";
+  return text(f(g_null ? nullptr : p, a.empty() ? 128 : static_cast<size_t>(a[0]))) + ":" + p;
+}
 using Fn = std::function<std::string(const Args &)>;
 using Entry = std::pair<const std::string, Fn>;
-template <typename R>
-Entry fn(const char *k, R (*f)()) {
-  return {k, [f](const Args &) { return text(f()); }};
-}
-Entry fn(const char *k, int32_t (*f)(char *, int32_t)) {
-  return {k, [f](const Args &a) { return name(f(buf(), len(a, 0))); }};
-}
-Entry fn(const char *k, int32_t (*f)(uint32_t, char *, int32_t)) {
-  return {k, [f](const Args &a) { return name(f(static_cast<uint32_t>(a[0]), buf(), len(a, 1))); }};
-}
-Entry fn(const char *k, void (*f)(char *, size_t)) {
-  return {k, [f](const Args &a) {
-            char p[128] = "-";
-            f(p, a.empty() ? sizeof p : static_cast<size_t>(a[0]));
-            return std::string(p);
-          }};
-}
-Entry fn(const char *k, int32_t (*f)(char *, size_t)) {
-  return {k, [f](const Args &a) {
-            char p[300] = "-";
-            return text(f(p, a.empty() ? 128 : static_cast<size_t>(a[0]))) + ":" + p;
-          }};
+template <typename F>
+Entry fn(const char *k, F f) {
+  return {k, [f](const Args &a) { return answer(f, a); }};
 }
 Entry write(const char *k, const char *file, const std::string &json) {  // the model's file, written between calls
   return {k, [file, json](const Args &) {
@@ -107,20 +103,7 @@ Entry write(const char *k, const char *file, const std::string &json) {  // the 
             return std::string("0");
           }};
 }
-Entry fn(const char *k, uint32_t (*f)(uint32_t)) {
-  return {k, [f](const Args &a) { return text(f(static_cast<uint32_t>(a[0]))); }};
-}
-// The calls with a NULL output, and the count of NVRAM starts.
-int32_t null_ul_if() { return devcfg_upLinkPort_getIfName(nullptr, 8); }
-int32_t null_dl_if2() { return devcfg_dlLinkPort_getIfName(nullptr, 8); }
-int32_t null_mic() { return devcfg_cloud_getMicType(nullptr, 8); }
-int32_t null_alias() { return devcfg_downLinkPort_getAliasName(1, nullptr, 8); }
-int32_t null_app() { return devcfg_getAppCfgPath(nullptr, 128); }
-int32_t null_dft() {
-  devcfg_getDftCfgPath(nullptr, 10);
-  return 0;
-}
-int starts() { return g_starts; }
+int starts() { return g_starts; }  // NVRAM starts
 // The calls by key, in groups: values, names, paths, files written between calls.
 std::map<std::string, Fn> by_key(std::initializer_list<std::initializer_list<Entry>> groups) {
   std::map<std::string, Fn> m;
@@ -144,14 +127,12 @@ const std::map<std::string, Fn> kCalls = by_key(
      {fn("ulIf", devcfg_upLinkPort_getIfName), fn("ulAlias", devcfg_upLinkPort_getAliasName),
       fn("ulLogical", devcfg_upLinkPort_getLogicalIfName), fn("dlIf", devcfg_downLinkPort_getIfName),
       fn("dlIf2", devcfg_dlLinkPort_getIfName), fn("mic", devcfg_cloud_getMicType),
-      fn("alias", devcfg_downLinkPort_getAliasName), fn("logical", devcfg_downLinkPort_getLogicalIfName),
-      fn("nullUlIf", null_ul_if), fn("nullDlIf2", null_dl_if2), fn("nullMic", null_mic), fn("nullAlias", null_alias)},
+      fn("alias", devcfg_downLinkPort_getAliasName), fn("logical", devcfg_downLinkPort_getLogicalIfName)},
      {fn("dft", devcfg_getDftCfgPath), fn("factory", devcfg_getFactoryCfgPath), fn("gpio", devcfg_getGpioCfgPath),
       fn("gpo", devcfg_getGpoRuleCfgPath), fn("oem", devcfg_getOemInfoPath), fn("reg2", devcfg_getRegDoamin2GPath),
       fn("reg5", devcfg_getRegDoamin5GPath), fn("radio", devcfg_getRadioCfgPath),
       fn("wireless", devcfg_getWirelessCfgPath), fn("thermal", devcfg_getThermaltoolCfgPath),
-      fn("app", devcfg_getAppCfgPath), fn("cluster", devcfg_getAppClusterCfgPath), fn("nullApp", null_app),
-      fn("nullDft", null_dft)},
+      fn("app", devcfg_getAppCfgPath), fn("cluster", devcfg_getAppClusterCfgPath)},
      {write("writeApp", "app_features.json", "{}"), write("writeFull", "dev_config.json", kFull),
       write("writeMin", "dev_config.json", kMinimalDevConfig)}});
 
@@ -165,7 +146,8 @@ std::string run_all(const std::string &calls) {
     std::istringstream w(words);
     Args args;
     for (w >> key; w >> words;) args.push_back(std::stoll(words, nullptr, 0));
-    const auto f = kCalls.find(key);
+    g_null = key.ends_with("Null");
+    const auto f = kCalls.find(g_null ? key.substr(0, key.size() - 4) : key);
     out += (out.empty() ? "" : " ") + head + "=" + (f == kCalls.end() ? "(no such call)" : f->second(args));
   }
   return out;
@@ -207,7 +189,7 @@ TEST(DevcfgTest, ValuesAndNames) {
          Row(kFull,
              "ulIf(0)=0:- ulIf(-1)=0:- dlIf(0)=0:- ulAlias(0)=0:- ulLogical(-1)=0:- alias(1,0)=0:- logical(1,-1)=0:- "
              "dlIf2(0)=0:- mic(-1)=0:- alias(0)=0:- alias(5)=0:- alias(0xFFFFFFFF)=0:- logical(0)=0:- logical(5)=0:- "
-             "phy(0)=0 phy(5)=0 phy(0xFFFFFFFF)=0 nullUlIf=0 nullDlIf2=0 nullMic=0 nullAlias=0"),
+             "phy(0)=0 phy(5)=0 phy(0xFFFFFFFF)=0 ulIfNull(8)=0 dlIf2Null(8)=0 micNull(8)=0 aliasNull(1,8)=0"),
          // A per-port name keeps 32 characters and no terminator: it runs into
          // the next port's name. The others keep 31 (63).
          Row(lan(R"("dlPortNum": 2, "dlPort1AliasName": ")" + std::string(40, 'a') + R"(", "dlPort2AliasName": "x")",
@@ -227,7 +209,7 @@ TEST(DevcfgTest, LoadRules) {
   check(
       {Row(min, "dlNum=0 ble=0 vlan=0 ver=0 cloud=0 cloudCfg=0 phyType=0 ddr=0 orvel=0 poe=0 starts=1"),
        Row("-",
-           "ble=0 phy(1)=0 radio=- reg5=- app=-1:- ulIf=0:- dump=-1 phy(0)=0 ulIf(0)=0:- dlIf(-1)=0:- nullDlIf2=0 "
+           "ble=0 phy(1)=0 radio=- reg5=- app=-1:- ulIf=0:- dump=-1 phy(0)=0 ulIf(0)=0:- dlIf(-1)=0:- dlIf2Null(8)=0 "
            "starts=1",
            cond(350, "(NULL != pFile)", 7, "2")),
        Row("", "ble=0", "<error>devcfg_init(): 354  @ failed to read file\n"), Row("{\"lanport\": ", "ble=0", parse),
@@ -275,8 +257,8 @@ TEST(DevcfgTest, LoadRules) {
          top(cloud + R"(true, "cfgSupp": false, "micType": "v1"})", "cloud=1 cloudCfg=0 mic=0:v1|32"),
          top(cloud + R"(true, "cfgSupp": "no", "micType": "v1"})", "cloud=1 cloudCfg=1 mic=0:v1|32")});
   check({Row(lan(phy + R"(RTL8211E")"), "phyType=2 dlNum=0"),
-         Row(lan(phy + R"(rtl8211")"), "phyType=0 dlNum=0", phy_err("rtl8211")),
-         Row(lan(phy + R"(BCM54")"), "phyType=0 dlNum=0", phy_err("BCM54")), top(R"("ddrSize": 0)", "ddr=0"),
+         Row(lan(phy + R"(rtl8211")"), "phyType=0 dlNum=0", kPhy + "rtl8211\n"),
+         Row(lan(phy + R"(BCM54")"), "phyType=0 dlNum=0", kPhy + "BCM54\n"), top(R"("ddrSize": 0)", "ddr=0"),
          top(R"("ddrSize": -512)", "ddr=0"), top(R"("ddrSize": 1)", "ddr=1"), top(R"("ddrSize": 512)", "ddr=512")});
 }
 
@@ -304,12 +286,12 @@ TEST(DevcfgTest, ModelDirectoryAndPaths) {
              "dft=" + jp + "/default_config factory=" + jp + "/factory_config.bin gpio=" + jp + "/gpio.conf gpo=" + jp +
                  "/gpo_rule.conf oem=" + jp + "/oem.json reg2=" + jp + "/ath/REG_DOMAIN2 reg5=" + jp +
                  "/ath/REG_DOMAIN5 radio=" + jp + "/radio_config.json wireless=" + jp + "/wireless thermal=" + jp +
-                 "/thermaltool.sh dft(10)=/etc/AP10 nullDft=0",
+                 "/thermaltool.sh dft(10)=/etc/AP10 dftNull(10)=-",
              "", id, "JP", jp),
          Row(min,
              "app=22:/etc/app_features.json cluster=30:/etc/app_cluster_features.json writeApp=0 "
              "app=34:/etc/AP100_X_2.0/app_features.json cluster=30:/etc/app_cluster_features.json "
-             "app(12)=22:/etc/app_fe app(300)=34:/etc/AP100_X_2.0/app_features.json app(0)=22:- nullApp=-1")});
+             "app(12)=22:/etc/app_fe app(300)=34:/etc/AP100_X_2.0/app_features.json app(0)=22:- appNull(128)=-1:-")});
 }
 
 TEST(DevcfgTest, DumpLines) {
