@@ -1,13 +1,10 @@
 // The radio configuration (radio_config.json) and the region tables (REG_DOMAIN
 // files). Most rows are calls with their answers, "freq(0,2)=2417" for
 // radio_region_chanIndex2Freq(0, 2) == 2417, and the line they print.
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <functional>
 #include <map>
 #include <sstream>
-#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -19,12 +16,14 @@
 namespace aputil::test {
 namespace {
 
-// Answers as text: numbers, names of at most 16 bytes, "n:v,v,..." lists up
+// Answers as text: numbers (32-bit unsigned ones as signed), names of at most 16 bytes, "n:v,v,..." lists up
 // to their last non-zero entry of 66 ("err" when rc is not 0).
 template <typename T>
 std::string text(T v) {
   if constexpr (std::is_pointer_v<T>)
     return v ? std::string(v, strnlen(v, 16)) : "(null)";
+  else if constexpr (std::is_same_v<T, uint32_t>)
+    return std::to_string(static_cast<int32_t>(v));  // -1 for 0xFFFFFFFF
   else
     return std::to_string(v);
 }
@@ -39,9 +38,8 @@ std::string text(uint32_t rc, uint32_t n, const T *v) {
 }
 
 // Messages as the library prints them: "<kind>func():%4d  @ text".
-std::string msg(const std::string &func, int line, const std::string &text, const char *kind = "error") {
-  char head[96];
-  return std::string(head, std::snprintf(head, sizeof head, "<%s>%s():%4d  @ ", kind, func.c_str(), line)) + text;
+std::string msg(const std::string &func, int line, const std::string &text, const std::string &kind = "error") {
+  return "<" + kind + ">" + func + "():" + (line < 1000 ? " " : "") + std::to_string(line) + "  @ " + text;
 }
 std::string cond(const char *f, int n, const std::string &c) { return msg(f, n, "condition(" + c + ") failed\n"); }
 std::string loader(int line, const std::string &c) { return cond("l_radio_config_init", line, c); }
@@ -49,7 +47,7 @@ std::string dbg(int line, const std::string &text) { return msg("_radio_region_i
 std::string count(int code, int n) { return dbg(285, "region:" + text(code) + ", parse channel num:" + text(n)); }
 std::string fails(const std::string &text, int line = 273) { return msg("_radio_region_init", line, text + "\n"); }
 const std::string kEnd = dbg(251, "empty line"), kNext = dbg(256, "read next region flag, parse finish"),
-                  kEmpty = dbg(262, "empty country flags"), kErr = "4294967295";
+                  kEmpty = dbg(262, "empty country flags");
 
 // A radio entry, and a radio_config.json. Members given first win over the
 // defaults after them (lookups take the first match).
@@ -104,9 +102,8 @@ std::string chan_power(const Args &a) {
 }
 // Width code a[0] for a channel with commonFlag a[1] and extFlag a[2] (none without them).
 std::string valid(const Args &a) {
-  radio_chan_rec_t rec{};
-  rec.commonFlag = a.size() < 3 ? 0 : uint32_t(a[1]);
-  rec.extFlag = a.size() < 3 ? 0 : uint32_t(a[2]);
+  const Args flags = from<int64_t>(a, 0, 3);
+  radio_chan_rec_t rec{0, 0, uint32_t(flags[1]), uint32_t(flags[2]), 0};
   return text(radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr : &rec));
 }
 std::string chans(const Args &a) {  // radio, kind
@@ -269,17 +266,14 @@ TEST_F(RadioTest, ValuesRead) {
        "sta=-1 meshSta=sta1 region=36"},  // another type counts as missing
       // Radio type, the radio with a band (radio 0 first), mimo gain, mode bit, PHY mode, width code.
       {radio_config(R"("maxStaPerRadio": 1)", radio(2, mode + "1, \"mimo\": 2"), radio(52, mode + "2, \"mimo\": 3")),
-       "sta=1 type=17 supp2g=1 supp5g=1 rid(2)=0 rid(52)=1 rid(5)=" + kErr +
-           " mgain(0)=3 mgain(1)=5 maxCap(0)=1 "
-           "maxMode(0)=0 maxWidth(0)=2 maxCap(1)=2 maxMode(1)=3 maxWidth(1)=2"},
+       "sta=1 type=17 supp2g=1 supp5g=1 rid(2)=0 rid(52)=1 mgain(0)=3 mgain(1)=5 maxCap(0)=1 maxMode(0)=0 "
+       "maxWidth(0)=2 maxCap(1)=2 maxMode(1)=3 maxWidth(1)=2 rid(5)=-1"},
       {radio_config("", radio(5, mode + "6, \"mimo\": 4"), radio(5, mode + "15, \"mimo\": 5")),
-       "type=32 supp2g=0 supp5g=2 rid(5)=0 rid(3)=" + kErr +
-           " mgain(0)=6 mgain(1)=0 maxCap(0)=4 maxMode(0)=4 "
-           "maxWidth(0)=4 maxCap(1)=8 maxMode(1)=10 maxWidth(1)=6"},
+       "type=32 supp2g=0 supp5g=2 rid(5)=0 mgain(0)=6 mgain(1)=0 maxCap(0)=4 maxMode(0)=4 maxWidth(0)=4 maxCap(1)=8 "
+       "maxMode(1)=10 maxWidth(1)=6 rid(3)=-1"},
       {radio_config("", radio(2, mode + "52"), radio(52)),
        "type=17 maxCap(0)=16 maxMode(0)=13 maxWidth(0)=4 maxCap(1)=16 maxMode(1)=16 maxWidth(1)=8"},
-      {radio_config("", radio(7, mode + "32"), radio(52)),
-       "type=16 rid(2)=" + kErr + " maxCap(0)=0 maxMode(0)=" + kErr + " maxWidth(0)=" + kErr,
+      {radio_config("", radio(7, mode + "32"), radio(52)), "type=16 rid(2)=-1 maxCap(0)=0 maxMode(0)=-1 maxWidth(0)=-1",
        no_mode + no_mode + msg("radio_config_getMaxMode", 1691, "invalid mode:0\n") + no_mode +
            msg("radio_config_getMaxChanWidth", 1731, "invalid mode:0\n")},
       // Names keep 15 characters, ifname 16 with no NUL; specCARegionCode wins.
@@ -332,18 +326,15 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
         loader(447, "(NULL != pFile)"));  // no file: each call tries again
   const std::string eirp = "(NULL != pData && (pData->type == cJSON_True || pData->type == cJSON_False))",
                     sta = "((l_radioCfgTbl.maxStaPerRadio > 0) && (l_radioCfgTbl.maxStaPerRadio <= MAX_STA_PER_RADIO))",
-                    two = radio(2) + ", " + radio(5);
+                    two = radio(2) + ", " + radio(5), json = radio_config(),
+                    long1025 = json.substr(0, json.size() - 1) + std::string(1025 - json.size(), ' ') + "}";
   const char *count = "(count == MAX_RADIO_NUM)", *number = "(NULL != pTmp && pTmp->type == cJSON_Number)";
   const struct {
     std::string json, err;
   } rows[] = {
       {"", msg("l_radio_config_init", 451, "failed to read file\n")},
       {"{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")},
-      {[] {
-         std::string s = radio_config();
-         return s.insert(s.size() - 1, 1025 - s.size(), ' ');
-       }(),  // 1025 bytes
-       loader(461, "(NULL != pRadioCfg)")},
+      {long1025, loader(461, "(NULL != pRadioCfg)")},
       {radio_config(R"("EIRP": 1)"), loader(464, eirp)},
       {"{\"radioTable\": [" + two + "]}", loader(464, eirp)},
       {radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)},
@@ -371,11 +362,11 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
   std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)&g_low, (void *)&g_high, (void *)&g_dcoff);
   std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", (void *)nullptr, (void *)&g_high, (void *)&g_dcoff);
   const char *id2 = "init error or invalid radioID:2";
-  check({Row("band(2)=0", 1455, id2), Row("smartAnt(2)=0", 2007, id2),
-         Row("maxMode(2)=" + kErr, 1661, "invalid radioID:2"), Row("maxWidth(2)=" + kErr, 1702, "invalid radioID:2"),
-         "lv(3)=0/0/0", Row("lv(4)=err", 1867, level4), Row("lvNoLow(0)=" + kErr, 1867, no_low),
-         Row("ccaVal(2)=err", 1901, "regnum(2) too many"), Row("agcVal(3)=err", 1936, "regnum(3) too many"),
-         Row("psdVal(4)=err", 1971, "regnum(4) too many"), "psdNull(0)=0", "psdNull(1)=" + kErr, "capsNull=" + kErr,
+  check({Row("band(2)=0", 1455, id2), Row("smartAnt(2)=0", 2007, id2), Row("maxMode(2)=-1", 1661, "invalid radioID:2"),
+         Row("maxWidth(2)=-1", 1702, "invalid radioID:2"), "lv(3)=0/0/0", Row("lv(4)=err", 1867, level4),
+         Row("lvNoLow(0)=-1", 1867, no_low), Row("ccaVal(2)=err", 1901, "regnum(2) too many"),
+         Row("agcVal(3)=err", 1936, "regnum(3) too many"), Row("psdVal(4)=err", 1971, "regnum(4) too many"),
+         "psdNull(0)=0", "psdNull(1)=-1", "capsNull=-1",
          Row("bbregNull=0", 360, "condition((pRoot && pRegName && pRegSet)) failed")});
 }
 
@@ -482,13 +473,13 @@ TEST_F(RadioTest, PowerRangeAndFlags) {
     std::string want, top = "", chans2 = "2412,1,0,20", chans5 = "5180,100,0,23";
     int band0 = 2;
   } rows[] = {
-      {36, "range(0)=7-20 range(1)=12-23 range(2)=err rangeNoMin(0)=" + kErr},
+      {36, "range(0)=7-20 range(1)=12-23 range(2)=err rangeNoMin(0)=-1"},
       {818, "range(0)=7-20 range(1)=12-23"},
       {276, "range(1)=12-23"},
       {392, "range(1)=12-23"},
       {840, "range(0)=4-20 range(1)=7-23"},
       {36, "range(0)=4-20 range(1)=7-23", R"("EIRP": false)"},
-      {1, "caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8 capsNull=" + kErr, R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"},
+      {1, "caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8 capsNull=-1", R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"},
       // HT40 (either bit), VHT80 (with 0x100), 5 GHz channels on a 5 GHz radio.
       {1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1",
        "5180,800000,0,1 5200,10000,0,1"},
@@ -520,11 +511,11 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
          Row("nonDfsNull(1,3,2)=0", 2152, bad)});
   // An unusable channel is a hole in the list.
   check(
-      {"chans(0,1)=3:2412,0,2422", "chans(0,0)=3:1,0,3", Row("chansNull(0)=" + kErr, 1373, "pChanlist is NULL"),
+      {"chans(0,1)=3:2412,0,2422", "chans(0,0)=3:1,0,3", Row("chansNull(0)=-1", 1373, "pChanlist is NULL"),
        Row("chans(2,1)=err", 1379, "invalid rid:2"), "block(0,3,2422,2412,2417)=0:", "block(0,1,2417,2412)=2:2412,2422",
        Row("block(0,4,2412)=err", 2198, "invalid suppFrepCnt: 4 maxChanCnt: 3"),
        Row("block(0,0,2412)=err", 2198, "invalid suppFrepCnt: 0 maxChanCnt: 3"), Row("block(2,1,2412)=err", 2191, bad),
-       Row("blockNullSupp(0,1)=" + kErr, 2191, bad), Row("blockNullOut(0,1,2412)=" + kErr, 2191, bad)});
+       Row("blockNullSupp(0,1)=-1", 2191, bad), Row("blockNullOut(0,1,2412)=-1", 2191, bad)});
   load("2412,1,0,1", "5600,100,1402,1");  // weather radar
   check({"valid(2,0x10000,0x1402)=1"});
   load("2412,10000,0,1", "5180,10000,0,1");  // no DFS: not answered
@@ -537,8 +528,8 @@ TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
   const char *parm = "parm error";
   check({"dfsUS=1", "freqIndex(0,2412)=0", "range(0)=4-0", "ht40(0)=0", "is5g=0", "chanPower(0,0)=0",
-         "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3", Row("autoWidth(1,5)=" + kErr, 2024, parm),
-         Row("autoWidth(1,7)=" + kErr, 2024, parm), Row("autoWidth(2,4)=" + kErr, 2024, parm)});
+         "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3", Row("autoWidth(1,5)=-1", 2024, parm),
+         Row("autoWidth(1,7)=-1", 2024, parm), Row("autoWidth(2,4)=-1", 2024, parm)});
   config(radio_config("", radio(7), radio(5)), true);
   check({"autoWidth(1,8)=5", Row("autoWidth(0,4)=0", 2053, "Don't get correct chanwidth!")});
 }
