@@ -198,18 +198,15 @@ std::string run_all(const std::string &calls) {  // blank-separated calls
   while (in >> c) out += (out.empty() ? "" : " ") + run(c);
   return out;
 }
-// Each row answers as given and prints prefix, then its text at line (none for line 0).
-struct Row {
-  Row(const char *c) : call(c) {}
-  Row(std::string c, int l = 0, std::string t = "") : call(std::move(c)), line(l), text(std::move(t)) {}
-  std::string call;
-  int line = 0;
-  std::string text;
-};
-void check(const std::vector<Row> &rows, const std::string &prefix = "") {
-  for (const Row &r : rows) {
-    std::string got, name, err = stderr_of([&] { got = run(r.call, &name); });
-    EXPECT_EQ(err + got, prefix + (r.line ? msg(name, r.line, r.text + "\n") : "") + r.call);
+// Each row "call" answers as given after prefix, "call@line" prints text at that line
+// first and "call@line:message" its own message.
+void check(const std::vector<std::string> &rows, const std::string &text = "", const std::string &prefix = "") {
+  for (const std::string &row : rows) {
+    const size_t at = row.find('@'), colon = row.find(':', at);
+    const std::string call = row.substr(0, at), message = colon == std::string::npos ? text : row.substr(colon + 1);
+    std::string got, name, err = stderr_of([&] { got = run(call, &name); });
+    const int line = at == std::string::npos ? 0 : std::stoi(row.substr(at + 1));
+    EXPECT_EQ(err + got, prefix + (line ? msg(name, line, message + "\n") : "") + call);
   }
 }
 
@@ -218,7 +215,8 @@ class RadioTest : public ::testing::Test {
   void SetUp() override { tree_.write_model("dev_config.json", kMinimalDevConfig); }
   // A new radio_config.json; load: read it now, its dump kept out of the output.
   void config(const std::string &json, bool load = false) const {
-    ModelTree::forget_loaded(), tree_.write_model("radio_config.json", json);
+    ModelTree::forget_loaded();
+    tree_.write_model("radio_config.json", json);
     if (load) stdout_of([] { radio_config_getBand(0); });
   }
   // Radios on these bands (radio 0: mimo 2, antenna gain 3; radio 1: mimo 4, gain 5), the REG_DOMAIN
@@ -308,51 +306,46 @@ TEST_F(RadioTest, ValuesRead) {
 }
 
 TEST_F(RadioTest, FailedLoadsAndBadArguments) {
-  const char *id = "init error or invalid radioID:1", *init = "init error", *names = "init error or invalid";
-  check(
-      {Row("band(1)=0", 1455, id), Row("mimo(1)=0", 1466, id), Row("mgain(1)=0", 1477, id), Row("again(1)=0", 1488, id),
-       Row("modeCap(1)=0", 1740, id), Row("ifindex(1)=0", 1542, id), Row("acs(1)=0", 1553, id),
-       Row("spruce(1)=0", 1564, id), Row("ifname(1)=(null)", 1575, id), Row("prefix(1)=(null)", 1586, id),
-       Row("vaps(1)=0", 1597, id), Row("maxCap(1)=0", 1501, id), Row("smartAnt(1)=0", 2007, init)},
-      loader(447, "(NULL != pFile)"));
-  check({"eirp=0", "sta=0", "type=0", "supp2g=0", "supp5g=0", Row("chanLimit=0", 1771, init),
-         Row("ofdma=0", 1783, init), Row("frag=0", 1795, init), Row("dfsImprove=0", 1828, init),
-         Row("qam=0", 1839, init), Row("thermal=0", 1850, init), Row("cca=0", 1882, init), Row("agc=0", 1917, init)},
-        loader(447, "(NULL != pFile)"));
-  check({Row("psd=0", 1952, init), Row("region=841", 2061, init), Row("ovw=0", 2073, init), Row("dfsCfg=0", 2084, init),
-         Row("bkhap=(null)", 1347, names), Row("meshSta=(null)", 1358, names), Row("lv(0)=err", 1861, init),
-         Row("ccaVal(1)=err", 1895, init), Row("agcVal(1)=err", 1930, init), Row("psdVal(1)=err", 1965, init),
-         Row("noAutoWradar=0", 1806, init), Row("zeroWait=0", 1817, init), Row("caps=err", 1421, init)},
-        loader(447, "(NULL != pFile)"));  // no file: each call tries again
+  // No file: each call tries again.
+  const std::string id = "init error or invalid radioID:1", init = "init error", names = "init error or invalid",
+                    none = loader(447, "(NULL != pFile)");
+  check({"band(1)=0@1455", "mimo(1)=0@1466", "mgain(1)=0@1477", "again(1)=0@1488", "modeCap(1)=0@1740",
+         "ifindex(1)=0@1542", "acs(1)=0@1553", "spruce(1)=0@1564", "ifname(1)=(null)@1575", "prefix(1)=(null)@1586",
+         "vaps(1)=0@1597", "maxCap(1)=0@1501", "smartAnt(1)=0@2007:init error"},
+        id, none);
+  check({"eirp=0", "sta=0", "type=0", "supp2g=0", "supp5g=0", "chanLimit=0@1771", "ofdma=0@1783", "frag=0@1795",
+         "dfsImprove=0@1828", "qam=0@1839", "thermal=0@1850", "cca=0@1882", "agc=0@1917"},
+        init, none);
+  check({"psd=0@1952", "region=841@2061", "ovw=0@2073", "dfsCfg=0@2084", "bkhap=(null)@1347:" + names,
+         "meshSta=(null)@1358:" + names, "lv(0)=err@1861", "ccaVal(1)=err@1895", "agcVal(1)=err@1930",
+         "psdVal(1)=err@1965", "noAutoWradar=0@1806", "zeroWait=0@1817", "caps=err@1421"},
+        init, none);
   const std::string eirp = "(NULL != pData && (pData->type == cJSON_True || pData->type == cJSON_False))",
                     sta = "((l_radioCfgTbl.maxStaPerRadio > 0) && (l_radioCfgTbl.maxStaPerRadio <= MAX_STA_PER_RADIO))",
                     two = radio(2) + ", " + radio(5), json = radio_config(),
                     long1025 = json.substr(0, json.size() - 1) + std::string(1025 - json.size(), ' ') + "}";
   const char *count = "(count == MAX_RADIO_NUM)", *number = "(NULL != pTmp && pTmp->type == cJSON_Number)";
-  const struct {
+  struct Load {
     std::string json, err;
-  } rows[] = {
-      {"", msg("l_radio_config_init", 451, "failed to read file\n")},
-      {"{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")},
-      {long1025, loader(461, "(NULL != pRadioCfg)")},
-      {radio_config(R"("EIRP": 1)"), loader(464, eirp)},
-      {"{\"radioTable\": [" + two + "]}", loader(464, eirp)},
-      {radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)},
-      {radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)},
-      {"{\"EIRP\": false}", loader(482, count)},
-      {"{\"EIRP\": false, \"radioTable\": [" + radio(2) + "]}", loader(482, count)},
-      {"{\"EIRP\": false, \"radioTable\": [" + two + ", " + radio(5) + "]}", loader(482, count)},
-      {"{\"EIRP\": false, \"radioTable\": 7}", loader(482, count)},
-      {radio_config("", radio(2), "5"), loader(492, number)},
-      {radio_config("", radio(2), R"({"mimo": 2, "anttgain": 3, "mode": 31})"), loader(492, number)},
-      {radio_config("", radio(2), radio(5, R"("mimo": "2")")), loader(516, number)},
-      {radio_config("", radio(2), radio(5, R"("anttgain": null)")), loader(538, number)},
-      {radio_config("", radio(2), radio(5, R"("mode": true)")), loader(542, number)},
   };
-  const Row band0 = {"band(0)=0", 1455, "init error or invalid radioID:0"};
-  for (const auto &r : rows) {
+  const std::string band0 = "band(0)=0@1455:init error or invalid radioID:0";
+  for (const Load &r :
+       {Load("", msg("l_radio_config_init", 451, "failed to read file\n")),
+        Load("{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")), Load(long1025, loader(461, "(NULL != pRadioCfg)")),
+        Load(radio_config(R"("EIRP": 1)"), loader(464, eirp)),
+        Load("{\"radioTable\": [" + two + "]}", loader(464, eirp)),
+        Load(radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)),
+        Load(radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)), Load("{\"EIRP\": false}", loader(482, count)),
+        Load("{\"EIRP\": false, \"radioTable\": [" + radio(2) + "]}", loader(482, count)),
+        Load("{\"EIRP\": false, \"radioTable\": [" + two + ", " + radio(5) + "]}", loader(482, count)),
+        Load("{\"EIRP\": false, \"radioTable\": 7}", loader(482, count)),
+        Load(radio_config("", radio(2), "5"), loader(492, number)),
+        Load(radio_config("", radio(2), R"({"mimo": 2, "anttgain": 3, "mode": 31})"), loader(492, number)),
+        Load(radio_config("", radio(2), radio(5, R"("mimo": "2")")), loader(516, number)),
+        Load(radio_config("", radio(2), radio(5, R"("anttgain": null)")), loader(538, number)),
+        Load(radio_config("", radio(2), radio(5, R"("mode": true)")), loader(542, number))}) {
     config(r.json);
-    check({band0, band0}, r.err);
+    check({band0, band0}, "", r.err);
   }
   tree_.write_model("radio_config.json", radio_config());  // fixed between calls
   EXPECT_NE(stdout_of([] { check({"band(1)=5"}); }).find("radioType: 0x11"), std::string::npos);
@@ -361,13 +354,13 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
   char level4[96], no_low[96];  // the outputs' addresses
   std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)&g_low, (void *)&g_high, (void *)&g_dcoff);
   std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", (void *)nullptr, (void *)&g_high, (void *)&g_dcoff);
-  const char *id2 = "init error or invalid radioID:2";
-  check({Row("band(2)=0", 1455, id2), Row("smartAnt(2)=0", 2007, id2), Row("maxMode(2)=-1", 1661, "invalid radioID:2"),
-         Row("maxWidth(2)=-1", 1702, "invalid radioID:2"), "lv(3)=0/0/0", Row("lv(4)=err", 1867, level4),
-         Row("lvNoLow(0)=-1", 1867, no_low), Row("ccaVal(2)=err", 1901, "regnum(2) too many"),
-         Row("agcVal(3)=err", 1936, "regnum(3) too many"), Row("psdVal(4)=err", 1971, "regnum(4) too many"),
-         "psdNull(0)=0", "psdNull(1)=-1", "capsNull=-1",
-         Row("bbregNull=0", 360, "condition((pRoot && pRegName && pRegSet)) failed")});
+  const std::string id2 = "init error or invalid radioID:2";
+  check({"band(2)=0@1455:" + id2, "smartAnt(2)=0@2007:" + id2, "maxMode(2)=-1@1661", "maxWidth(2)=-1@1702",
+         "lv(3)=0/0/0", "lv(4)=err@1867:" + std::string(level4), "lvNoLow(0)=-1@1867:" + std::string(no_low),
+         "ccaVal(2)=err@1901:regnum(2) too many", "agcVal(3)=err@1936:regnum(3) too many",
+         "psdVal(4)=err@1971:regnum(4) too many", "psdNull(0)=0", "psdNull(1)=-1", "capsNull=-1",
+         "bbregNull=0@360:condition((pRoot && pRegName && pRegSet)) failed"},
+        "invalid radioID:2");
 }
 
 TEST_F(RadioTest, DumpAtTheLoadOnly) {
@@ -447,19 +440,20 @@ TEST_F(RadioTest, EveryCallRebuildsBothTables) {
 TEST_F(RadioTest, IndexesNumbersFrequenciesAndPower) {
   // 2422: DFS not enabled, so not usable; 5180: DFS enabled.
   load("2412,10080,0,20 2417,30080,0,27 2422,1,2,40 2412,1,0,5", "5180,100,1002,30 5200,100,0,10 65535,100,0,25");
-  const char *rid2 = "invalid rid:2", *index5 = "invalid chanIndex:5", *flags = "current channelNum = 4";
+  const std::string rid2 = "invalid rid:2", index5 = "invalid chanIndex:5", flags = "current channelNum = 4";
   check({"freq(0,2)=2417", "freq(0,4)=2412", "freq(0,0)=0", "num(0,0)=0", "num(0,2)=2", "num(1,2)=40",
-         Row("freq(0,5)=0", 837, index5), Row("num(0,5)=0", 907, index5), "numIndex(0,1)=1", "numIndex(1,40)=2",
-         "numIndex(1,44)=0", "freqIndex(0,2412)=1", "freqIndex(0,2422)=3", "freqIndex(1,2412)=0"});
-  check({"check(0,4)=4", "check(0,0)=0", Row("check(0,5)=0", 1058, index5), "flag(0,2)=196736", "flag(0,4)=1",
-         Row("flag(0,0)=0", 1235, std::string("invalid chanIndex:0, ") + flags), "maxPower(0)=27", "maxPower(1)=30",
-         Row("flag(0,5)=0", 1235, std::string(index5) + ", " + flags), "chanPower(0,0)=27", "chanPower(0,1)=20",
+         "freq(0,5)=0@837", "num(0,5)=0@907", "numIndex(0,1)=1", "numIndex(1,40)=2", "numIndex(1,44)=0",
+         "freqIndex(0,2412)=1", "freqIndex(0,2422)=3", "freqIndex(1,2412)=0"},
+        index5);
+  check({"check(0,4)=4", "check(0,0)=0", "check(0,5)=0@1058:" + index5, "flag(0,2)=196736", "flag(0,4)=1",
+         "flag(0,0)=0@1235:invalid chanIndex:0, " + flags, "maxPower(0)=27", "maxPower(1)=30",
+         "flag(0,5)=0@1235:" + index5 + ", " + flags, "chanPower(0,0)=27", "chanPower(0,1)=20",
          "chanPower(0,0,2417)=20", "chanPower(0,0,2400,5000)=27", "chanPower(1,0,2417)=30"});
-  check({"chanPower(0,3,2417)=40", Row("chanPower(0,5,2417)=0", 967, index5),  // by index: neither rule nor list
-         Row("freq(2,1)=0", 831, rid2), Row("num(2,1)=0", 896, rid2), Row("numIndex(2,1)=0", 856, rid2),
-         Row("freqIndex(2,1)=0", 878, rid2), Row("maxPower(2)=0", 922, rid2), Row("chanPower(2,0)=0", 960, rid2),
-         Row("check(2,0)=0", 1052, rid2), Row("flag(2,1)=0", 1227, rid2), Row("table(2)=err", 1251, rid2),
-         Row("ht40(2)=0", 1267, rid2), Row("vht80(2)=0", 1291, rid2)});
+  check({"chanPower(0,3,2417)=40", "chanPower(0,5,2417)=0@967:" + index5,  // by index: neither rule nor list
+         "freq(2,1)=0@831", "num(2,1)=0@896", "numIndex(2,1)=0@856", "freqIndex(2,1)=0@878", "maxPower(2)=0@922",
+         "chanPower(2,0)=0@960", "check(2,0)=0@1052", "flag(2,1)=0@1227", "table(2)=err@1251", "ht40(2)=0@1267",
+         "vht80(2)=0@1291"},
+        rid2);
   std::vector<uint16_t> longest(65536, 2400);  // every count a u16 holds: the count is no frequency, the last is read
   longest[0] = 65535;
   longest[65535] = 5180;
@@ -498,7 +492,7 @@ TEST_F(RadioTest, PowerRangeAndFlags) {
 
 TEST_F(RadioTest, ChannelValidityAndLists) {
   load("2412,10000,0,1 2417,1,2,1 2422,1,1002,1", "5180,10000,0,1 5260,10000,1102,1 5300,0,0,1");  // DFS, no radar
-  const char *bad = "invalid parameters";
+  const std::string bad = "invalid parameters";
   // Width codes 2: HT20; 3, 4: HT40; 5, 6: VHT80; others: any. DFS and radar need the region's.
   check({"valid(2,0x10000,0)=1", "valid(2,0x20000,0)=0", "valid(3,0x20000,0)=1", "valid(4,0x20000,0)=1",
          "valid(4,0x10000,0)=0", "valid(5,0x20000,0)=0", "valid(5,0x800100,0)=1", "valid(6,0x800100,0)=1",
@@ -506,32 +500,33 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
          "valid(2,0x10000,0x1402)=0", "valid(2)=0"});
   // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
   check({"nonDfs(1,3,2,5260,5300,5180)=1", "nonDfs(1,2,2,5260,5300,5180)=0", "nonDfs(1,1,2,4000)=0",
-         "nonDfs(1,1,2,5180)=1", "nonDfs(1,66,2,5180)=1", Row("nonDfs(1,67,2)=1", 2159, "invalid suppFrepCnt: 67"),
-         Row("nonDfs(1,0,2)=1", 2159, "invalid suppFrepCnt: 0"), Row("nonDfs(0,1,2,2412)=0", 2152, bad),
-         Row("nonDfsNull(1,3,2)=0", 2152, bad)});
+         "nonDfs(1,1,2,5180)=1", "nonDfs(1,66,2,5180)=1", "nonDfs(1,67,2)=1@2159:invalid suppFrepCnt: 67",
+         "nonDfs(1,0,2)=1@2159:invalid suppFrepCnt: 0", "nonDfs(0,1,2,2412)=0@2152", "nonDfsNull(1,3,2)=0@2152"},
+        bad);
   // An unusable channel is a hole in the list.
-  check(
-      {"chans(0,1)=3:2412,0,2422", "chans(0,0)=3:1,0,3", Row("chansNull(0)=-1", 1373, "pChanlist is NULL"),
-       Row("chans(2,1)=err", 1379, "invalid rid:2"), "block(0,3,2422,2412,2417)=0:", "block(0,1,2417,2412)=2:2412,2422",
-       Row("block(0,4,2412)=err", 2198, "invalid suppFrepCnt: 4 maxChanCnt: 3"),
-       Row("block(0,0,2412)=err", 2198, "invalid suppFrepCnt: 0 maxChanCnt: 3"), Row("block(2,1,2412)=err", 2191, bad),
-       Row("blockNullSupp(0,1)=-1", 2191, bad), Row("blockNullOut(0,1,2412)=-1", 2191, bad)});
+  check({"chans(0,1)=3:2412,0,2422", "chans(0,0)=3:1,0,3", "chansNull(0)=-1@1373:pChanlist is NULL",
+         "chans(2,1)=err@1379:invalid rid:2", "block(0,3,2422,2412,2417)=0:", "block(0,1,2417,2412)=2:2412,2422",
+         "block(0,4,2412)=err@2198:invalid suppFrepCnt: 4 maxChanCnt: 3",
+         "block(0,0,2412)=err@2198:invalid suppFrepCnt: 0 maxChanCnt: 3", "block(2,1,2412)=err@2191",
+         "blockNullSupp(0,1)=-1@2191", "blockNullOut(0,1,2412)=-1@2191"},
+        bad);
   load("2412,1,0,1", "5600,100,1402,1");  // weather radar
   check({"valid(2,0x10000,0x1402)=1"});
   load("2412,10000,0,1", "5180,10000,0,1");  // no DFS: not answered
-  check({"valid(2,0x10000,2)=0", Row("nonDfs(1,3,2,5180)=0", 2152, bad)});
+  check({"valid(2,0x10000,2)=0", "nonDfs(1,3,2,5180)=0@2152:" + bad});
 }
 
 TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   config(radio_config(R"("dfsUSSupp": true, "noAutoWradarSupp": true, "zeroWaitDfsSupp": true)", radio(2), radio(52)));
   check({"dfsUS=0"});                                  // reads the table as it stands: not loaded yet
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
-  const char *parm = "parm error";
+  const std::string parm = "parm error";
   check({"dfsUS=1", "freqIndex(0,2412)=0", "range(0)=4-0", "ht40(0)=0", "is5g=0", "chanPower(0,0)=0",
-         "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3", Row("autoWidth(1,5)=-1", 2024, parm),
-         Row("autoWidth(1,7)=-1", 2024, parm), Row("autoWidth(2,4)=-1", 2024, parm)});
+         "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3", "autoWidth(1,5)=-1@2024", "autoWidth(1,7)=-1@2024",
+         "autoWidth(2,4)=-1@2024"},
+        parm);
   config(radio_config("", radio(7), radio(5)), true);
-  check({"autoWidth(1,8)=5", Row("autoWidth(0,4)=0", 2053, "Don't get correct chanwidth!")});
+  check({"autoWidth(1,8)=5", "autoWidth(0,4)=0@2053:Don't get correct chanwidth!"});
 }
 
 }  // namespace
