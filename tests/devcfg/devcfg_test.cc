@@ -73,10 +73,8 @@ std::string name(int32_t rc) {  // "rc:name|bytes written"
 // The answer by the function's signature: a value, a name, a port's name, a
 // path, an app file's path (its length:path; n up to 300, the existence test
 // still works in 128 bytes); n or len is a[0] (a[1] for ports).
-template <typename R>
-std::string answer(R (*f)(), const Args &) {
-  return text(f());
-}
+std::string answer(uint32_t (*f)(), const Args &) { return text(f()); }
+std::string answer(int (*f)(), const Args &) { return text(f()); }
 std::string answer(uint32_t (*f)(uint32_t), const Args &a) { return text(f(static_cast<uint32_t>(a[0]))); }
 std::string answer(int32_t (*f)(char *, int32_t), const Args &a) { return name(f(buf(), len(a, 0))); }
 std::string answer(int32_t (*f)(uint32_t, char *, int32_t), const Args &a) {
@@ -93,10 +91,7 @@ std::string answer(int32_t (*f)(char *, size_t), const Args &a) {
 }
 using Fn = std::function<std::string(const Args &)>;
 using Entry = std::pair<const std::string, Fn>;
-template <typename F>
-Entry fn(const char *k, F f) {
-  return {k, [f](const Args &a) { return answer(f, a); }};
-}
+#define FN(k, f) Entry(k, [](const Args &a) { return answer(f, a); })
 Entry write(const char *k, const char *file, const std::string &json) {  // the model's file, written between calls
   return {k, [file, json](const Args &) {
             g_tree->write_model(file, json);
@@ -111,28 +106,28 @@ std::map<std::string, Fn> by_key(std::initializer_list<std::initializer_list<Ent
   return m;
 }
 const std::map<std::string, Fn> kCalls = by_key(
-    {{fn("ble", devcfg_ble_isSupp), fn("ddr", devcfg_ddr_getSize), fn("vlan", devcfg_vlanbind_isSupp),
-      fn("ver", devcfg_vlanbind_getUcCfgVer), fn("dlNum", devcfg_downLinkPort_getNum),
-      fn("poe", devcfg_downLinkPort_isPoeOutSupp), fn("poeMap", devcfg_downLinkPort_getPoeOutBitMap),
-      fn("offset", devcfg_downLinkPort_getStartIdxOffset), fn("phyType", devcfg_upLinkPort_getPhyType),
-      fn("ulPhy", devcfg_upLinkPort_getPhyId), fn("mask", devcfg_upLinkPort_getLinkStateMask),
-      fn("inSwitch", devcfg_upLinkPort_inSwitch), fn("wd", devcfg_hwWatchdog_isSupp), fn("cloud", devcfg_cloud_isSupp),
-      fn("cloudCfg", devcfg_cloud_isCfgSupp), fn("rc", devcfg_rcOptimize_isSupp),
-      fn("cc", devcfg_cli_setCountryIsSupp)},
-     {fn("led", devcfg_wifiled_isSupp), fn("ledDft", devcfg_wifiled_dftEnable), fn("tz", devcfg_misc_defaultTimeZone),
-      fn("region", devcfg_misc_ctrlCustomRegion), fn("disaster", devcfg_jp_disaster_isSupp),
-      fn("ppsk", devcfg_ppskPro_isSupp), fn("orvel", devcfg_isOrvel), fn("repeater", devcfg_repeater_isSupp),
-      fn("smartAnt", devcfg_smartant_isSupp), fn("poePower", devcfg_getpoePowerConsumption),
-      fn("dump", devcfg_testFunc), fn("starts", starts), fn("phy", devcfg_downLinkPort_getPhyId)},
-     {fn("ulIf", devcfg_upLinkPort_getIfName), fn("ulAlias", devcfg_upLinkPort_getAliasName),
-      fn("ulLogical", devcfg_upLinkPort_getLogicalIfName), fn("dlIf", devcfg_downLinkPort_getIfName),
-      fn("dlIf2", devcfg_dlLinkPort_getIfName), fn("mic", devcfg_cloud_getMicType),
-      fn("alias", devcfg_downLinkPort_getAliasName), fn("logical", devcfg_downLinkPort_getLogicalIfName)},
-     {fn("dft", devcfg_getDftCfgPath), fn("factory", devcfg_getFactoryCfgPath), fn("gpio", devcfg_getGpioCfgPath),
-      fn("gpo", devcfg_getGpoRuleCfgPath), fn("oem", devcfg_getOemInfoPath), fn("reg2", devcfg_getRegDoamin2GPath),
-      fn("reg5", devcfg_getRegDoamin5GPath), fn("radio", devcfg_getRadioCfgPath),
-      fn("wireless", devcfg_getWirelessCfgPath), fn("thermal", devcfg_getThermaltoolCfgPath),
-      fn("app", devcfg_getAppCfgPath), fn("cluster", devcfg_getAppClusterCfgPath)},
+    {{FN("ble", devcfg_ble_isSupp), FN("ddr", devcfg_ddr_getSize), FN("vlan", devcfg_vlanbind_isSupp),
+      FN("ver", devcfg_vlanbind_getUcCfgVer), FN("dlNum", devcfg_downLinkPort_getNum),
+      FN("poe", devcfg_downLinkPort_isPoeOutSupp), FN("poeMap", devcfg_downLinkPort_getPoeOutBitMap),
+      FN("offset", devcfg_downLinkPort_getStartIdxOffset), FN("phyType", devcfg_upLinkPort_getPhyType),
+      FN("ulPhy", devcfg_upLinkPort_getPhyId), FN("mask", devcfg_upLinkPort_getLinkStateMask),
+      FN("inSwitch", devcfg_upLinkPort_inSwitch), FN("wd", devcfg_hwWatchdog_isSupp), FN("cloud", devcfg_cloud_isSupp),
+      FN("cloudCfg", devcfg_cloud_isCfgSupp), FN("rc", devcfg_rcOptimize_isSupp),
+      FN("cc", devcfg_cli_setCountryIsSupp)},
+     {FN("led", devcfg_wifiled_isSupp), FN("ledDft", devcfg_wifiled_dftEnable), FN("tz", devcfg_misc_defaultTimeZone),
+      FN("region", devcfg_misc_ctrlCustomRegion), FN("disaster", devcfg_jp_disaster_isSupp),
+      FN("ppsk", devcfg_ppskPro_isSupp), FN("orvel", devcfg_isOrvel), FN("repeater", devcfg_repeater_isSupp),
+      FN("smartAnt", devcfg_smartant_isSupp), FN("poePower", devcfg_getpoePowerConsumption),
+      FN("dump", devcfg_testFunc), FN("starts", starts), FN("phy", devcfg_downLinkPort_getPhyId)},
+     {FN("ulIf", devcfg_upLinkPort_getIfName), FN("ulAlias", devcfg_upLinkPort_getAliasName),
+      FN("ulLogical", devcfg_upLinkPort_getLogicalIfName), FN("dlIf", devcfg_downLinkPort_getIfName),
+      FN("dlIf2", devcfg_dlLinkPort_getIfName), FN("mic", devcfg_cloud_getMicType),
+      FN("alias", devcfg_downLinkPort_getAliasName), FN("logical", devcfg_downLinkPort_getLogicalIfName)},
+     {FN("dft", devcfg_getDftCfgPath), FN("factory", devcfg_getFactoryCfgPath), FN("gpio", devcfg_getGpioCfgPath),
+      FN("gpo", devcfg_getGpoRuleCfgPath), FN("oem", devcfg_getOemInfoPath), FN("reg2", devcfg_getRegDoamin2GPath),
+      FN("reg5", devcfg_getRegDoamin5GPath), FN("radio", devcfg_getRadioCfgPath),
+      FN("wireless", devcfg_getWirelessCfgPath), FN("thermal", devcfg_getThermaltoolCfgPath),
+      FN("app", devcfg_getAppCfgPath), FN("cluster", devcfg_getAppClusterCfgPath)},
      {write("writeApp", "app_features.json", "{}"), write("writeFull", "dev_config.json", kFull),
       write("writeMin", "dev_config.json", kMinimalDevConfig)}});
 
@@ -157,10 +152,7 @@ std::string run_all(const std::string &calls) {
 // (none for "-"), then the calls and all they print on stderr (errno shown
 // as N unless it is ENOENT).
 struct Row {
-  Row(std::string j, std::string c, std::string e = "", std::string i = "AP100 X(EU):2.0", std::string r = "US",
-      std::string d = ModelTree::kModelDir)
-      : json(j), calls(c), err(e), info(i), region(r), dir(d) {}
-  std::string json, calls, err, info, region, dir;
+  std::string json, calls, err = "", info = "AP100 X(EU):2.0", region = "US", dir = ModelTree::kModelDir;
 };
 void check(const std::vector<Row> &rows) {
   for (size_t i = 0; i < rows.size(); ++i) {
@@ -182,14 +174,12 @@ TEST(DevcfgTest, ValuesAndNames) {
   check({Row(kFull,  // port 3 beyond dlPortNum: never read; 257 kept in 8 bits
              "vlan=1 ver=2 dlNum=2 offset=1 phy(1)=1 phy(2)=2 phy(3)=0 poe=1 poeMap=2 ulPhy=4 phyType=1 mask=16 "
              "inSwitch=1 wd=1 cloud=1 cloudCfg=1 cc=1 led=1 ledDft=0 rc=1 disaster=1 tz=8 region=3 ppsk=1 orvel=1 "
-             "repeater=1 ble=1 ddr=256 smartAnt=1 poePower=13 starts=1"),
-         Row(kFull,
-             "ulIf(4)=0:eth|4 ulAlias=0:ETH/PoE|32 ulLogical=0:br-lan|32 dlIf=0:eth1|32 dlIf2(3)=0:et|3 "
-             "alias(2)=0:LAN2|32 logical(1)=0:eth1|32 alias(3)=0:|32 mic=0:v2|32 alias(1,1)=0:|1 logical(4,2)=0:|2"),
-         Row(kFull,
-             "ulIf(0)=0:- ulIf(-1)=0:- dlIf(0)=0:- ulAlias(0)=0:- ulLogical(-1)=0:- alias(1,0)=0:- logical(1,-1)=0:- "
-             "dlIf2(0)=0:- mic(-1)=0:- alias(0)=0:- alias(5)=0:- alias(0xFFFFFFFF)=0:- logical(0)=0:- logical(5)=0:- "
-             "phy(0)=0 phy(5)=0 phy(0xFFFFFFFF)=0 ulIfNull(8)=0 dlIf2Null(8)=0 micNull(8)=0 aliasNull(1,8)=0"),
+             "repeater=1 ble=1 ddr=256 smartAnt=1 poePower=13 starts=1 ulIf(4)=0:eth|4 ulAlias=0:ETH/PoE|32 "
+             "ulLogical=0:br-lan|32 dlIf=0:eth1|32 dlIf2(3)=0:et|3 alias(2)=0:LAN2|32 logical(1)=0:eth1|32 "
+             "alias(3)=0:|32 mic=0:v2|32 alias(1,1)=0:|1 logical(4,2)=0:|2 ulIf(0)=0:- ulIf(-1)=0:- dlIf(0)=0:- "
+             "ulAlias(0)=0:- ulLogical(-1)=0:- alias(1,0)=0:- logical(1,-1)=0:- dlIf2(0)=0:- mic(-1)=0:- alias(0)=0:- "
+             "alias(5)=0:- alias(0xFFFFFFFF)=0:- logical(0)=0:- logical(5)=0:- phy(0)=0 phy(5)=0 phy(0xFFFFFFFF)=0 "
+             "ulIfNull(8)=0 dlIf2Null(8)=0 micNull(8)=0 aliasNull(1,8)=0"),
          // A per-port name keeps 32 characters and no terminator: it runs into
          // the next port's name. The others keep 31 (63).
          Row(lan(R"("dlPortNum": 2, "dlPort1AliasName": ")" + std::string(40, 'a') + R"(", "dlPort2AliasName": "x")",
