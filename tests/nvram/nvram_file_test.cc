@@ -1,7 +1,7 @@
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "nm_api.h"
 #include "support/fw_root.h"

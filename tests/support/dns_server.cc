@@ -95,8 +95,9 @@ Packet DnsServer::reply(const Packet &query, uint16_t flags, const std::vector<P
 
 Packet DnsServer::answer(uint16_t type, const Packet &data, bool pointer) {
   Packet r = pointer ? Packet{0xC0, 0x0C} : Packet{4, 'h', 'o', 's', 't', 0};
-  const uint8_t fixed[] = {static_cast<uint8_t>(type >> 8), static_cast<uint8_t>(type & 0xFF), 0, 1, 0, 0, 0x0E,
-                           0x10, static_cast<uint8_t>(data.size() >> 8), static_cast<uint8_t>(data.size() & 0xFF)};
+  const uint8_t fixed[] = {
+      static_cast<uint8_t>(type >> 8),        static_cast<uint8_t>(type & 0xFF),       0, 1, 0, 0, 0x0E, 0x10,
+      static_cast<uint8_t>(data.size() >> 8), static_cast<uint8_t>(data.size() & 0xFF)};
   r.insert(r.end(), fixed, fixed + sizeof fixed);
   r.insert(r.end(), data.begin(), data.end());
   return r;

@@ -1,6 +1,7 @@
 #include "support/fw_root.h"
 
 #include <ftw.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,8 +9,6 @@
 #include <cstdio>
 #include <fstream>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 namespace aputil::test {
 

@@ -6,8 +6,7 @@
 
 namespace aputil::test {
 
-const char kMinimalDevConfig[] =
-    R"({"lanport": {"dlPortNum": 0, "ulPortAliasName": "ETH", "ulPortIfName": "eth0"}})";
+const char kMinimalDevConfig[] = R"({"lanport": {"dlPortNum": 0, "ulPortAliasName": "ETH", "ulPortIfName": "eth0"}})";
 
 ModelTree::ModelTree() {
   forget_loaded();

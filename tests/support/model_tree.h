@@ -4,9 +4,9 @@
 // every configuration the library has loaded, as a new process would.
 #pragma once
 
-#include <string>
-
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "support/fw_root.h"
 
