@@ -13,10 +13,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
-#include <deque>
 
 #include "support/dns_server.h"
 #include "support/emulation.h"
@@ -24,13 +22,13 @@
 
 namespace aputil::test {
 
-std::deque<int> g_semop_errors;  // semop fails with these first, one per call
+int g_semop_fails, g_semop_errno;  // semop fails that many times with that errno
 bool g_fail_semget, g_fail_fork, g_fail_read;
 const timespec *g_clock;       // every clock reads this when set
 const char *g_answering = "";  // system: a command naming this answers g_status, others exit with 1
 int g_status;
-std::string g_commands;         // the commands system ran
-std::string g_sent, g_sent_to;  // the last netlink datagram sent and its address, in hex
+std::string g_commands;  // the commands system ran
+std::string g_sent;      // the last netlink datagram sent and its address, in hex
 
 std::string hex(const void *p, size_t n) {
   std::string s;
@@ -45,10 +43,7 @@ int fail(int err) {
 
 extern "C" {
 int semop(int id, sembuf *ops, size_t n) {
-  if (g_semop_errors.empty()) return static_cast<int>(syscall(SYS_semop, id, ops, n));
-  const int err = g_semop_errors.front();
-  g_semop_errors.pop_front();
-  return fail(err);
+  return g_semop_fails-- > 0 ? fail(g_semop_errno) : static_cast<int>(syscall(SYS_semop, id, ops, n));
 }
 int semget(key_t key, int n, int flags) {
   return g_fail_semget ? fail(ENOSPC) : static_cast<int>(syscall(SYS_semget, key, n, flags));
@@ -64,8 +59,7 @@ int system(const char *cmd) {
   return std::strstr(cmd, g_answering) ? g_status : 256;
 }
 ssize_t sendto(int fd, const void *buf, size_t n, int flags, const sockaddr *to, socklen_t to_len) {
-  if (to && to->sa_family == AF_NETLINK) g_sent = hex(buf, n);
-  if (to && to->sa_family == AF_NETLINK) g_sent_to = hex(to, to_len);
+  if (to && to->sa_family == AF_NETLINK) g_sent = hex(buf, n) + " " + hex(to, to_len);
   return syscall(SYS_sendto, fd, buf, n, flags, to, to_len);
 }
 }
@@ -76,10 +70,7 @@ using namespace std::string_literals;
 using S = DnsServer;
 std::string txt(const char *s) { return s ? s : "NULL"; }
 std::string txt(const std::string &s) { return s; }
-template <std::integral T>
-std::string txt(T v) {
-  return std::to_string(v);
-}
+std::string txt(long long v) { return std::to_string(v); }
 std::string times(int n, const std::string &s) { return n > 0 ? s + times(n - 1, s) : ""; }
 std::string dotted(uint32_t net) { return inet_ntoa(in_addr{net}); }
 std::string dotted(const uint32_t *net, int n) { return n > 0 ? " " + dotted(*net) + dotted(net + 1, n - 1) : ""; }
@@ -121,15 +112,13 @@ TEST(UtilShell, ExitStatusAndRefusedCharacters) {
   FirmwareRoot root;
   const std::string f = root.host("/out"), cut = "echo " + std::string(245, 'y') + " > /dev/null;x";
   const std::string refused = "Parameter contains illegal character!";
-  expect_each<const char *>(util_systemEx, {"exit 3", "/nonexistent/program", "kill -9 $$", nullptr},
-                            {"0", "0", "-1", "-1"});
+  expect_each<const char *>(util_systemEx, {"exit 3", "kill -9 $$", nullptr}, {"0", "-1", "-1"});
   expect_rows({
       {CALL(failing(g_fail_fork, [] { return util_systemEx("true"); })), "-1"},
       {CALL(util_execFormatCmd("%s", cut.c_str())), "0"},
       {THEN(util_execFormatCmd("echo %s > %s", "a;b", f.c_str()), read_file(f)), "-1 ", refused},
       {THEN(util_execFormatCmd("true && echo x > %s", f.c_str()), read_file(f)), "-1 ", refused},
       {THEN(util_execFormatCmd("false || echo ran | cat > %s", f.c_str()), read_file(f)), "0 ran\n"},
-      {THEN(util_execFormatCmd("env > %s", f.c_str()), read_file(f).find("HOME=")), "0 " + txt(std::string::npos)},
   });
 }
 
@@ -137,36 +126,33 @@ TEST(UtilShell, ExitStatusAndRefusedCharacters) {
 // what a process dies holding is given back. A wait gives up after 30
 // interruptions by signals.
 TEST(UtilSem, LockAcrossProcessesAndFailures) {
-  struct Set {
-    int id = -1;
-    ~Set() { semctl(id, 0, IPC_RMID); }
-  } set;
+  int id = -1;  // removed at the end
   const int key = 0x5A000000 | (getpid() & 0xFFFFFF);
   int again = -1, status = -1;
-  ASSERT_EQ((std::tuple{util_init_sem(&set.id, key), util_init_sem(&again, key), again == set.id,
-                        semctl(set.id, 0, GETVAL), util_sem_lock(set.id), semctl(set.id, 0, GETVAL)}),
+  ASSERT_EQ((std::tuple{util_init_sem(&id, key), util_init_sem(&again, key), again == id, semctl(id, 0, GETVAL),
+                        util_sem_lock(id), semctl(id, 0, GETVAL)}),
             (std::tuple{0, 0, true, 1, 0, 0}));
   const pid_t child = fork();
-  if (child == 0) _exit(util_sem_lock(set.id));  // ends holding the lock
-  while (semctl(set.id, 0, GETNCNT) == 0) usleep(1000);
-  ASSERT_EQ(util_sem_unlock(set.id), 0);
-  EXPECT_EQ((std::tuple{waitpid(child, &status, 0), status, semctl(set.id, 0, GETVAL)}), (std::tuple{child, 0, 1}));
-  const auto lock_after = [&](std::deque<int> errors) {
-    g_semop_errors = errors;
-    return util_sem_lock(set.id);
+  if (child == 0) _exit(util_sem_lock(id));  // ends holding the lock
+  while (semctl(id, 0, GETNCNT) == 0) usleep(1000);
+  ASSERT_EQ(util_sem_unlock(id), 0);
+  EXPECT_EQ((std::tuple{waitpid(child, &status, 0), status, semctl(id, 0, GETVAL)}), (std::tuple{child, 0, 1}));
+  const auto lock_after = [&](int fails, int err) {
+    g_semop_fails = fails;
+    g_semop_errno = err;
+    return util_sem_lock(id);
   };
   const std::string interrupted = "lock interrupted by signal\n";
   expect_rows({
-      {CALL(lock_after(std::deque(30, EINTR))), "-1", times(30, interrupted)},
-      {CALL(lock_after(std::deque(29, EINTR))), "0", times(29, interrupted)},
-      {CALL(util_sem_unlock(set.id)), "0"},
-      {CALL(lock_after({EAGAIN})), "-1", "timed out, reason =Resource temporarily unavailable rc=-1\n"},
+      {CALL(lock_after(30, EINTR)), "-1", times(30, interrupted)},
+      {CALL(lock_after(1, EAGAIN)), "-1", "timed out, reason =Resource temporarily unavailable rc=-1\n"},
       {CALL(util_sem_lock(-1)), "-1", "lock failed, reason=Invalid argument rc=-1\n"},
       {CALL(util_sem_unlock(-1)), "-1", "release lock failed, reason=Invalid argument\n"},
       {CALL(util_init_sem(nullptr, 1)), "-1", "pSemid == NULL\n"},
       {CALL(failing(g_fail_semget, [&] { return util_init_sem(&again, key + 1); })), "-1",
        "semget failed, reason: No space left on device\n"},
   });
+  semctl(id, 0, IPC_RMID);
 }
 
 // ---- netlink, clock, files, random bytes ----
@@ -176,15 +162,10 @@ TEST(UtilNetlink, OneMessageToTheKernel) {
   SKIP_UNDER_EMULATION("qemu-user rewrites NETLINK_ROUTE messages and refuses types it does not know");
   const int fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE);
   if (fd < 0) GTEST_SKIP() << "no netlink socket here: " << std::strerror(errno);
-  const auto header = [](uint32_t len, uint16_t type) {
-    const nlmsghdr h{len, type, 0, 0, 0};
-    return "0 " + hex(&h, sizeof h);
-  };
+  const nlmsghdr h{20, 0x1234, 0, 0, 0};
   expect_rows({
-      {THEN(util_nl_sendData(fd, nullptr, 0, 0x10), g_sent + " " + g_sent_to),
-       header(16, 0x10) + " 1000" + times(20, "0")},
-      {THEN(util_nl_sendData(fd, "abc", 4, 0x1234), g_sent), header(20, 0x1234) + "61626300"},
-      {THEN(util_nl_sendData(fd, nullptr, 4, 1), g_sent), header(20, 1) + "00000000"},
+      {THEN(util_nl_sendData(fd, "abc", 4, 0x1234), g_sent),
+       "0 " + hex(&h, sizeof h) + "61626300 1000" + times(20, "0")},
       {CALL(util_nl_sendData(-1, nullptr, 0, 1)), "-1", "fd is invalid.\r\n"},
   });
   close(fd);
@@ -218,8 +199,7 @@ TEST(UtilIo, ClockFilesAndRandomBytes) {
       {CALL(util_writeBufToFile("/etc/out", "x", -1)), "-1"},
       {CALL(util_writeBufToFile("/no/such/dir/f", "x", 1)), "-1", "Open /no/such/dir/f for writing failed \r\n"},
       {CALL(util_writeBufToFile("/full", big, sizeof big)), "-1", "write file /full failed, ret = 0 \r\n"},
-      {THEN(util_genUramdom(a, sizeof a), util_genUramdom(b, sizeof b)), "0 0"},
-      {CALL(std::memcmp(a, b, sizeof a) != 0), "1"},
+      {THEN(util_genUramdom(a, sizeof a) + util_genUramdom(b, sizeof b), std::memcmp(a, b, sizeof a) != 0), "0 1"},
       {CALL(util_genUramdom(nullptr, 4)), "-1"},
       {CALL(util_genUramdom(a, -1)), "-1"},
   });
@@ -247,18 +227,14 @@ TEST(UtilI2c, ProbesAndTables) {
       {CALL(probe(1, " 0x21 ", 0)), "1\n" + probes({"0x23", "0x21"})},
       {CALL(probe(1, " 0x39 ", 0)), "0\n" + none},
       {CALL(probe(2, " 0x3a ", 0)), "0\n" + probes({"0x0", "0x21", "0x3a"})},
-      {CALL(probe(5, " 0x20 ", 0)), "1\n" + probes({"0x0", "0x20"})},
       {CALL(probe(1, " 0x77 ", 0)), "3\n" + none},
-      {CALL(probe(6, "", 0)), "3\n"},                // no such type
-      {CALL(probe(1, " 0x23 ", 9)), "3\n" + none},   // ended by a signal
-      {CALL(probe(1, " 0x23 ", -1)), "3\n" + none},  // no shell
+      {CALL(probe(6, "", 0)), "3\n"},               // no such type
+      {CALL(probe(1, " 0x23 ", 9)), "3\n" + none},  // ended by a signal
   });
   const auto addr = [](std::pair<uint32_t, uint32_t> at) { return util_getI2cAddr(at.first, at.second); };
-  expect_each<std::pair<uint32_t, uint32_t>>(addr,
-                                             {{1, 0}, {3, 2}, {4, 1}, {5, 3}, {6, 0}, {0, 4}, {UINT32_MAX, UINT32_MAX}},
-                                             {"57", "37", "32", "0", "0", "0", "0"});
+  expect_each<std::pair<uint32_t, uint32_t>>(addr, {{1, 0}, {3, 2}, {5, 3}, {6, 0}}, {"57", "37", "0", "0"});
   l_FEMReg[2] = 9;  // writable by callers
-  expect_each<int>(util_getFEMReg, {0, 1, 2, 3, 4, -1}, {"1", "2", "9", "0", "0", "0"});
+  expect_each<int>(util_getFEMReg, {0, 2, 3, -1}, {"1", "9", "0", "0"});
   l_FEMReg[2] = 0;
 }
 
@@ -275,62 +251,42 @@ TEST(UtilConv, Ipv4Text) {
   };
   expect_each<const char *>(
       ip4,
-      {"1.2.3.4", "10.20.30.", "010.0.0.1", "255.255.255.255", "1.2.3.256", "10..20.3", ".1.2.3.4", "1.2.3.4.5",
-       "11.22.33", "a.2.3.4", "1.2.3.4 ", "1.2.3", "1111.2.3.4", "100.100.100.1000", nullptr},
-      {"1.2.3.4", "10.20.30.0", "10.0.0.1", "255.255.255.255", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1",
-       "-1", "-1"});
+      {"10.20.30.", "010.0.0.1", "255.255.255.255", "1.2.3.256", "10..20.3", ".1.2.3.4", "1.2.3.4.5", "11.22.33",
+       "a.2.3.4", "1.2.3", "100.100.100.1000", nullptr},
+      {"10.20.30.0", "10.0.0.1", "255.255.255.255", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1"});
   EXPECT_EQ(util_ip_strToNum("1.2.3.4", nullptr), -1);
 }
 
 // Six hex pairs, each after one optional '-' or ':'; the second digit of a
 // pair is not checked ('g' - 'A' + 10); text after the twelfth is ignored.
-// Six formats out, another format gives the upper-case hyphen one. Valid:
-// unicast, neither all zeros nor all ones. Adding steps the last three bytes
-// only, so the OUI never changes.
+// Valid: unicast, neither all zeros nor all ones. Six formats out, another
+// format gives the upper-case hyphen one. (Adding to a MAC, which never
+// changes the OUI, is checked against its oracle by the converter fuzz replay.)
 TEST(UtilConv, MacTextAndValues) {
   const auto parse = [](const char *text) {
     uint8_t mac[6] = {};
     const int rc = util_mac_strToArray(text, mac);
-    return rc ? txt(rc) : hex(mac, 6);
+    return rc ? txt(rc) : hex(mac, 6) + " " + txt(util_mac_isValidMac(mac));
   };
   expect_each<const char *>(parse,
-                            {"aa:bb:cc:dd:ee:ff", "00-11:22-33-44-55trailing", "09AF1b2C3d4E", "0g:11:22:33:44:55",
-                             "zz:11:22:33:44:55", "00::11:22:33:44:55", "aa:b", nullptr},
-                            {"aabbccddeeff", "001122334455", "09af1b2c3d4e", "301122334455", "-1", "-1", "-1", "-1"});
+                            {"00-11:22-33-44-55trailing", "02:00:00:00:00:01", "09AF1b2C3d4E", "0g:11:22:33:44:55",
+                             "000000000000", "FF-FF-FF-FF-FF-FF", "00::11:22:33:44:55", "aa:b", nullptr},
+                            {"001122334455 1", "020000000001 1", "09af1b2c3d4e 0", "301122334455 1", "000000000000 0",
+                             "ffffffffffff 0", "-1", "-1", "-1"});
   const uint8_t m[6] = {0x00, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e};
   char buf[18];
   const auto in = [&](uint32_t format) { return util_mac_arrayToTargetFormatStr(m, buf, format); };
-  expect_each<uint32_t>(in,
-                        {MAC_ADDR_FMT_LOWER, MAC_ADDR_FMT_LOWER_HYPHEN, MAC_ADDR_FMT_LOWER_COLON, MAC_ADDR_FMT_UPPER,
-                         MAC_ADDR_FMT_UPPER_HYPHEN, MAC_ADDR_FMT_UPPER_COLON},
+  expect_each<uint32_t>(in, {0, 1, 2, 3, 4, 5},
                         {"001a2b3c4d5e", "00-1a-2b-3c-4d-5e", "00:1a:2b:3c:4d:5e", "001A2B3C4D5E", "00-1A-2B-3C-4D-5E",
                          "00:1A:2B:3C:4D:5E"});
   expect_rows({
-      {CALL(in(9)), "00-1A-2B-3C-4D-5E", "unsupport special macFormat,use default format MAC_ADDR_FMT_UPPER_HYPHEN\n"},
+      {CALL(in(6)), "00-1A-2B-3C-4D-5E", "unsupport special macFormat,use default format MAC_ADDR_FMT_UPPER_HYPHEN\n"},
       {CALL(util_mac_arrayToStr(m, buf, 0)), "00-1A-2B-3C-4D-5E"},
       {CALL(util_mac_arrayToStr(m, buf, 2)), "00:1A:2B:3C:4D:5E"},
-      {CALL(util_mac_arrayToStr(nullptr, buf, 0)), "NULL"},
       {CALL(util_mac_arrayToStr(m, nullptr, 0)), "NULL"},
-      {CALL(util_mac_arrayToTargetFormatStr(nullptr, buf, 0)), "NULL"},
       {CALL(util_mac_isValidMac(nullptr)), "0"},
       {CALL(util_calMacAddr(nullptr, 1)), "-1"},
   });
-  // A MAC as the low 48 bits of a number; adding answers -1 for an error.
-  const auto mac = [](uint64_t v) {
-    std::array<uint8_t, 6> bytes;
-    for (int i = 0; i < 6; ++i) bytes[i] = static_cast<uint8_t>(v >> (40 - 8 * i));
-    return bytes;
-  };
-  expect_each<uint64_t>([&](uint64_t v) { return util_mac_isValidMac(mac(v).data()); },
-                        {0x001122334455, 0x020000000001, 0x01005E000001, 0, 0xFFFFFFFFFFFF}, {"1", "1", "0", "0", "0"});
-  const auto add = [&](std::pair<uint64_t, int> row) {
-    auto bytes = mac(row.first);
-    const int rc = util_calMacAddr(bytes.data(), row.second);
-    return rc ? txt(rc) : hex(bytes.data(), 6);
-  };
-  expect_each<std::pair<uint64_t, int>>(
-      add, {{0x001122FFFFFF, 1}, {0x00FFFF, 1}, {0x0000FF, 0x10101}, {1, 0}, {1, -5}},
-      {"001122000000", "000000010000", "000000010200", "000000000001", "000000000001"});
 }
 
 // Hex pairs to bytes (a bad digit stops with the bytes before it written),
@@ -342,80 +298,65 @@ TEST(UtilConv, HexAndOui) {
     const int rc = util_strToArray(row.first, out, row.second);
     return txt(rc) + " " + hex(out, 2);
   };
-  expect_each<std::pair<const char *, int>>(bytes,
-                                            {{"0aFf", 2}, {"1000", 2}, {"12x4", 2}, {"1", 1}, {"g0", 1}, {nullptr, 1}},
-                                            {"0 0aff", "0 1000", "-1 12ee", "-1 eeee", "-1 eeee", "-1 eeee"});
+  expect_each<std::pair<const char *, int>>(bytes, {{"0aFf", 2}, {"1000", 2}, {"12x4", 2}, {"1", 1}, {nullptr, 1}},
+                                            {"0 0aff", "0 1000", "-1 12ee", "-1 eeee", "-1 eeee"});
   const auto oui = [](const char *text) {
     uint8_t value[6] = {}, mask[6] = {};
     const int rc = util_oui_strToArray(text, value, mask);
     return txt(rc) + " " + hex(value, 6) + " " + hex(mask, 6);
   };
-  expect_each<const char *>(oui, {"00:1A:2", "A-bC", "00:1A:", nullptr},
-                            {"0 001a20000000 fffff0000000", "0 a0bc00000000 f0ff00000000",
-                             "-1 001a00000000 ffff00000000", "-1 000000000000 000000000000"});
+  expect_each<const char *>(
+      oui, {"00:1A:2", "A-bC", "00:1A:"},
+      {"0 001a20000000 fffff0000000", "0 a0bc00000000 f0ff00000000", "-1 001a00000000 ffff00000000"});
   const uint8_t value[7] = {0x12, 0x34, 0x56, 4, 5, 6, 7}, some[7] = {0xFF, 0x0F, 0xF0};
   const uint8_t all[7] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-  char text[22];
-  const auto print = [&](const uint8_t *mask, int colon) {
-    std::fill(text, text + sizeof text, '#');
-    text[0] = '\0';
-    return util_oui_arrayToStr(value, mask, text, colon);
-  };
+  char text[22] = "";
   expect_rows({
-      {CALL(print(some, 1)), "12:5"},
-      {CALL(print(some, 0)), "12-5"},
-      {CALL(util_oui_arrayToStr(value, nullptr, text, 1)), "NULL"},
-      {THEN(print(all, 1), std::string(text, sizeof text)),
-       "12:34:56:04:05:06 12:34:56:04:05:06\0####"s},  // 18 bytes, no more
+      {CALL(util_oui_arrayToStr(value, some, text, 1)), "12:5"},
+      {CALL(util_oui_arrayToStr(value, some, text, 0)), "12:512-5"},  // appended to what is there
+      {CALL(util_oui_arrayToStr(value, all, std::strcpy(text, ""), 1)), "12:34:56:04:05:06"},  // six groups at most
   });
 }
 
 // Split in place at runs of the separator; tokens holds max + 1 pointers,
 // and the one past max is written before the count is refused.
 TEST(UtilConv, SplitInPlace) {
-  const auto split = [](std::tuple<std::string, char, int> row) {
-    auto [s, sep, max] = row;
+  const auto split = [](std::pair<std::string, int> row) {
+    auto [s, max] = row;
     char *tokens[4] = {};
-    std::string out = txt(util_formatStr2Array(s.data(), sep, max, tokens));
+    std::string out = txt(util_formatStr2Array(s.data(), ',', max, tokens));
     for (int i = 0; i < 4 && tokens[i]; ++i) out += (i ? "|" : " ") + std::string(tokens[i]);
     std::replace(s.begin(), s.end(), '\0', '_');
     return out + " [" + s + "]";
   };
-  expect_each<std::tuple<std::string, char, int>>(
-      split,
-      {{",a,,b,", ',', 2}, {",a,,b,", ',', 1}, {"a", ',', 0}, {"a,b", '\0', 4}, {",,,", ',', 4}, {"a,b", ',', -1}},
-      {"2 a|b [,a_,b_]", "-1 a|b [,a_,b_]", "-1 a [a]", "1 a,b [a,b]", "0 [,,,]", "-1 [a,b]"});
-  expect_rows({{CALL(util_formatStr2Array(nullptr, ',', 4, nullptr)), "-1", "Invalid input parameter\n"}});
+  expect_each<std::pair<std::string, int>>(split, {{",a,,b,", 2}, {",a,,b,", 1}, {",,,", 4}},
+                                           {"2 a|b [,a_,b_]", "-1 a|b [,a_,b_]", "0 [,,,]"});
 }
 
+// Days and time from seconds; hour and minute texts are not range checked
+// and both read 0 when the text is not read (round trips: converter fuzz
+// replay). IPv6 through inet_pton and inet_ntop; a compare answers 0 or 1.
 TEST(UtilConv, TimeAndIpv6Texts) {
   char buf[24], text[46];
   int32_t h = 9, m = 9;
   uint8_t a[16], b[16];
-  expect_each<uint32_t>([&](uint32_t s) { return util_time_numToStr(s, buf); }, {90061, 0, UINT32_MAX},
-                        {"1 days 01:01:01", "0 days 00:00:00", "49710 days 06:28:15"});
-  // No range check; both are set to 0 when the text is not read.
-  const auto hm = [&](const char *text) {
-    const int rc = util_time_str2HourMinute(text, &h, &m);
-    return txt(rc) + " " + txt(h * 100 + m);
-  };
-  expect_each<const char *>(hm, {"23:59", "99:99", "7"}, {"0 2359", "0 9999", "-1 0"});
+  expect_each<uint32_t>([&](uint32_t s) { return util_time_numToStr(s, buf); }, {90061, UINT32_MAX},
+                        {"1 days 01:01:01", "49710 days 06:28:15"});
   const std::string invalid = "Invalid input parameter\n", null_args = "pIpv6Addr is NULL or pStrAddr is NULL\r\n";
   expect_rows({
+      {THEN(util_time_str2HourMinute("7", &h, &m), h * 100 + m), "-1 0"},
       {CALL(util_time_numToStr(1, nullptr)), "NULL", invalid},
-      {CALL(util_time_hourMinute2Str(7, 75, buf)), "07:75"},
       {CALL(util_time_hourMinute2Str(7, 75, nullptr)), "NULL", invalid},
       {CALL(util_time_str2HourMinute(nullptr, &h, &m)), "-1", invalid},
+      {CALL(util_formatStr2Array(nullptr, ',', 4, nullptr)), "-1", invalid},
       {CALL(util_str_to_ipv6_addr("2001:db8::1", a) + util_str_to_ipv6_addr("2001:DB8:0::1", b)), "0"},
-      {THEN(util_ipv6_addr_to_str(a, text), text), "0 2001:db8::1"},
-      {CALL(util_ipv6_addr_cmp(a, b)), "0"},
+      {THEN(util_ipv6_addr_to_str(b, text), text), "0 2001:db8::1"},
+      {CALL(util_str_to_ipv6_addr("2001:db8::2", b) + util_ipv6_addr_cmp(a, b)), "1"},
       {CALL(util_str_to_ipv6_addr("1.2.3.4", a)), "-1", "IPv6 is not in presentation format\r\n"},
       {CALL(util_str_to_ipv6_addr(nullptr, a)), "-1", null_args},
       {CALL(util_ipv6_addr_to_str(nullptr, text)), "-1", null_args},
       {CALL(util_ipv6_addr_cmp(a, nullptr)), "-1", "pIpv6Addr1 is NULL or pIpv6Addr2 is NULL\r\n"},
   });
-  b[15] = 2;
-  EXPECT_EQ(util_ipv6_addr_cmp(a, b), 1);
 }
 
 // ---- DNS ----
@@ -434,9 +375,8 @@ std::string question(const char *name) {
 // clock when it cannot be read.
 TEST(UtilDns, QuestionsAndIds) {
   const std::string x70(70, 'x'), huge(254, 'h'), failed = "util_kx_generateDnsQueryField failed.\n";
-  expect_each<const char *>(question, {"www.example.com", "host.lan/path/x.y", "a..b", "a.", x70.c_str()},
-                            {"\3www\7example\3com\0\0\1\0\1"s, "\4host\3lan\0\0\1\0\1"s, "\1a\0\1b\0\0\1\0\1"s,
-                             "\1a\0\0\0\1\0\1"s, "F" + x70 + "\0\0\1\0\1"s});
+  expect_each<const char *>(question, {"host.lan/path/x.y", "a..b", x70.c_str()},
+                            {"\4host\3lan\0\0\1\0\1"s, "\1a\0\1b\0\0\1\0\1"s, "F" + x70 + "\0\0\1\0\1"s});
   const std::string invalid = kDns + "generateDnsQueryField:267]invalid input params\n\r";
   uint32_t addrs[2];
   expect_rows({
@@ -487,14 +427,11 @@ TEST(UtilDns, RepliesAndTheirBounds) {
   short_of_room.insert(short_of_room.end() - 1, S::answer(16, {}));
   const auto cname = S::answer(5, {3, 'w', 'w', 'w', 0xC0, 0x0C});
   expect_rows({
-      {CALL(parse(reply(2, {S::a(10, 0, 0, 1), S::a(10, 0, 0, 2)}), 4)), "2 10.0.0.1 10.0.0.2"},
-      {CALL(parse(reply(3, {S::a(1, 1, 1, 1), S::a(2, 2, 2, 2), S::a(3, 3, 3, 3)}), 2)), "2 1.1.1.1 2.2.2.2"},
       {CALL(parse(reply(2, {cname, S::a(10, 0, 0, 3)}), 4)), "1 10.0.0.3"},
       {CALL(parse(reply(2, {S::a(9, 9, 9, 9, false), S::a(10, 0, 0, 4)}), 4)), "1 10.0.0.4"},
       {CALL(parse(reply(1, {S::a(1, 1, 1, 1)}, question("other.lan")), 4)), "0",
        kDns + "getIpFromDnsReplyPkt:181]query field in answer pkt is different from request pkt.\n\r"},
       {CALL(parse(reply(1, {}), 0)), "0", invalid},
-      {CALL(util_kx_getIpFromDnsReplyPkt(reply(1, {S::a(1, 1, 1, 1)}).data(), 14, sent, nullptr, 4)), "0", invalid},
       {CALL(parse(reply(71, many), 100)), "71" + times(71, " 7.7.7.7")},
       {CALL(parse(reply(72, more), 64)), "64" + times(64, " 7.7.7.7")},  // capacity reached first
   });
