@@ -1,7 +1,8 @@
 // System helpers, conversions and the DNS stub resolver: a table per
 // behaviour, a row per case. In this program semget, semop, fork, read and
 // clock_gettime can be made to fail or to answer fixed values, system answers
-// for one I2C address only, and sendto keeps a copy of netlink messages.
+// for one I2C address only, and sendto keeps netlink messages instead of
+// sending them (and can be made to fail).
 #include "util.h"
 
 #include <arpa/inet.h>
@@ -17,18 +18,16 @@
 #include <cstring>
 
 #include "support/dns_server.h"
-#include "support/emulation.h"
 #include "support/model_tree.h"
 
 namespace aputil::test {
 
-int g_semop_fails, g_semop_errno;  // semop fails that many times with that errno
-bool g_fail_semget, g_fail_fork, g_fail_read;
-const timespec *g_clock;       // every clock reads this when set
+int g_fails, g_errno;     // the next g_fails calls of semop, semget, fork, read or netlink sendto fail with g_errno
+const timespec *g_clock;  // every clock reads this when set
 const char *g_answering = "";  // system: a command naming this answers g_status, others exit with 1
 int g_status;
 std::string g_commands;  // the commands system ran
-std::string g_sent;      // the last netlink datagram sent and its address, in hex
+std::string g_sent;      // the last netlink datagram and its address, in hex
 
 std::string hex(const void *p, size_t n) {
   std::string s;
@@ -36,20 +35,18 @@ std::string hex(const void *p, size_t n) {
     s += {"0123456789abcdef"[*b >> 4], "0123456789abcdef"[*b & 15]};
   return s;
 }
-int fail(int err) {
-  errno = err;
-  return -1;
+bool fails() {
+  if (g_fails <= 0) return false;
+  --g_fails;
+  errno = g_errno;
+  return true;
 }
 
 extern "C" {
-int semop(int id, sembuf *ops, size_t n) {
-  return g_semop_fails-- > 0 ? fail(g_semop_errno) : static_cast<int>(syscall(SYS_semop, id, ops, n));
-}
-int semget(key_t key, int n, int flags) {
-  return g_fail_semget ? fail(ENOSPC) : static_cast<int>(syscall(SYS_semget, key, n, flags));
-}
-pid_t fork() { return g_fail_fork ? fail(EAGAIN) : reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"))(); }
-ssize_t read(int fd, void *buf, size_t n) { return g_fail_read ? fail(EIO) : syscall(SYS_read, fd, buf, n); }
+int semop(int id, sembuf *ops, size_t n) { return fails() ? -1 : static_cast<int>(syscall(SYS_semop, id, ops, n)); }
+int semget(key_t key, int n, int flags) { return fails() ? -1 : static_cast<int>(syscall(SYS_semget, key, n, flags)); }
+pid_t fork() { return fails() ? -1 : reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"))(); }
+ssize_t read(int fd, void *buf, size_t n) { return fails() ? -1 : syscall(SYS_read, fd, buf, n); }
 int clock_gettime(clockid_t id, timespec *ts) {
   if (g_clock) *ts = *g_clock;
   return g_clock ? 0 : static_cast<int>(syscall(SYS_clock_gettime, id, ts));
@@ -59,8 +56,9 @@ int system(const char *cmd) {
   return std::strstr(cmd, g_answering) ? g_status : 256;
 }
 ssize_t sendto(int fd, const void *buf, size_t n, int flags, const sockaddr *to, socklen_t to_len) {
-  if (to && to->sa_family == AF_NETLINK) g_sent = hex(buf, n) + " " + hex(to, to_len);
-  return syscall(SYS_sendto, fd, buf, n, flags, to, to_len);
+  if (!to || to->sa_family != AF_NETLINK) return syscall(SYS_sendto, fd, buf, n, flags, to, to_len);
+  g_sent = hex(buf, n) + " " + hex(to, to_len);  // kept here, never sent
+  return fails() ? -1 : static_cast<ssize_t>(n);
 }
 }
 
@@ -75,10 +73,11 @@ std::string times(int n, const std::string &s) { return n > 0 ? s + times(n - 1,
 std::string dotted(uint32_t net) { return inet_ntoa(in_addr{net}); }
 std::string dotted(const uint32_t *net, int n) { return n > 0 ? " " + dotted(*net) + dotted(net + 1, n - 1) : ""; }
 template <class F>
-int failing(bool &flag, F call) {
-  flag = true;
+int failing(int calls, int err, F call) {
+  g_fails = calls;
+  g_errno = err;
   const int rc = call();
-  flag = false;
+  g_fails = 0;
   return rc;
 }
 
@@ -111,13 +110,14 @@ void expect_each(F f, std::initializer_list<In> in, std::initializer_list<std::s
 TEST(UtilShell, ExitStatusAndRefusedCharacters) {
   FirmwareRoot root;
   const std::string f = root.host("/out"), cut = "echo " + std::string(245, 'y') + " > /dev/null;x";
-  const std::string refused = "Parameter contains illegal character!";
   expect_each<const char *>(util_systemEx, {"exit 3", "kill -9 $$", nullptr}, {"0", "-1", "-1"});
   expect_rows({
-      {CALL(failing(g_fail_fork, [] { return util_systemEx("true"); })), "-1"},
+      {CALL(failing(1, EAGAIN, [] { return util_systemEx("true"); })), "-1"},
       {CALL(util_execFormatCmd("%s", cut.c_str())), "0"},
-      {THEN(util_execFormatCmd("echo %s > %s", "a;b", f.c_str()), read_file(f)), "-1 ", refused},
-      {THEN(util_execFormatCmd("true && echo x > %s", f.c_str()), read_file(f)), "-1 ", refused},
+      {THEN(util_execFormatCmd("echo %s > %s", "a;b", f.c_str()), read_file(f)), "-1 ",
+       "Parameter contains illegal character!"},
+      {THEN(util_execFormatCmd("true && echo x > %s", f.c_str()), read_file(f)), "-1 ",
+       "Parameter contains illegal character!"},
       {THEN(util_execFormatCmd("false || echo ran | cat > %s", f.c_str()), read_file(f)), "0 ran\n"},
   });
 }
@@ -126,9 +126,8 @@ TEST(UtilShell, ExitStatusAndRefusedCharacters) {
 // what a process dies holding is given back. A wait gives up after 30
 // interruptions by signals.
 TEST(UtilSem, LockAcrossProcessesAndFailures) {
-  int id = -1;  // removed at the end
   const int key = 0x5A000000 | (getpid() & 0xFFFFFF);
-  int again = -1, status = -1;
+  int id = -1, again = -1, status = -1;  // id is removed at the end
   ASSERT_EQ((std::tuple{util_init_sem(&id, key), util_init_sem(&again, key), again == id, semctl(id, 0, GETVAL),
                         util_sem_lock(id), semctl(id, 0, GETVAL)}),
             (std::tuple{0, 0, true, 1, 0, 0}));
@@ -137,45 +136,26 @@ TEST(UtilSem, LockAcrossProcessesAndFailures) {
   while (semctl(id, 0, GETNCNT) == 0) usleep(1000);
   ASSERT_EQ(util_sem_unlock(id), 0);
   EXPECT_EQ((std::tuple{waitpid(child, &status, 0), status, semctl(id, 0, GETVAL)}), (std::tuple{child, 0, 1}));
-  const auto lock_after = [&](int fails, int err) {
-    g_semop_fails = fails;
-    g_semop_errno = err;
-    return util_sem_lock(id);
-  };
-  const std::string interrupted = "lock interrupted by signal\n";
+  const auto lock = [&] { return util_sem_lock(id); };
   expect_rows({
-      {CALL(lock_after(30, EINTR)), "-1", times(30, interrupted)},
-      {CALL(lock_after(1, EAGAIN)), "-1", "timed out, reason =Resource temporarily unavailable rc=-1\n"},
+      {CALL(failing(30, EINTR, lock)), "-1", times(30, "lock interrupted by signal\n")},
+      {CALL(failing(1, EAGAIN, lock)), "-1", "timed out, reason =Resource temporarily unavailable rc=-1\n"},
       {CALL(util_sem_lock(-1)), "-1", "lock failed, reason=Invalid argument rc=-1\n"},
       {CALL(util_sem_unlock(-1)), "-1", "release lock failed, reason=Invalid argument\n"},
       {CALL(util_init_sem(nullptr, 1)), "-1", "pSemid == NULL\n"},
-      {CALL(failing(g_fail_semget, [&] { return util_init_sem(&again, key + 1); })), "-1",
+      {CALL(failing(2, ENOSPC, [&] { return util_init_sem(&again, key + 1); })), "-1",
        "semget failed, reason: No space left on device\n"},
   });
   semctl(id, 0, IPC_RMID);
 }
 
-// ---- netlink, clock, files, random bytes ----
-
-// A header and the payload go to the kernel (AF_NETLINK, port 0).
-TEST(UtilNetlink, OneMessageToTheKernel) {
-  SKIP_UNDER_EMULATION("qemu-user rewrites NETLINK_ROUTE messages and refuses types it does not know");
-  const int fd = socket(AF_NETLINK, SOCK_RAW, NETLINK_ROUTE);
-  if (fd < 0) GTEST_SKIP() << "no netlink socket here: " << std::strerror(errno);
-  const nlmsghdr h{20, 0x1234, 0, 0, 0};
-  expect_rows({
-      {THEN(util_nl_sendData(fd, "abc", 4, 0x1234), g_sent),
-       "0 " + hex(&h, sizeof h) + "61626300 1000" + times(20, "0")},
-      {CALL(util_nl_sendData(-1, nullptr, 0, 1)), "-1", "fd is invalid.\r\n"},
-  });
-  close(fd);
-  expect_rows({{CALL(util_nl_sendData(fd, "abc", 4, 7)), "-1", "send failed, fd=" + txt(fd) + ", type=7\r\n"}});
-}
+// ---- clock, files, random bytes, netlink ----
 
 // The monotonic clock in its units (any other is seconds); whole files
 // through the host root (a folder opens but does not read); random bytes
-// from the running system whatever the root.
-TEST(UtilIo, ClockFilesAndRandomBytes) {
+// from the running system whatever the root; a netlink message is a header
+// and the payload to the kernel (AF_NETLINK, port 0).
+TEST(UtilIo, ClockFilesRandomBytesAndNetlink) {
   const timespec now{5, 123456789};
   g_clock = &now;
   expect_each<int>(util_getUptime, {UTIL_UPTIME_SEC, UTIL_UPTIME_MSEC, UTIL_UPTIME_USEC, 7},
@@ -187,21 +167,22 @@ TEST(UtilIo, ClockFilesAndRandomBytes) {
   root.write("/etc/dir/x", "");  // a folder with an entry has a size on every file system
   ASSERT_EQ(symlink("/dev/full", root.host("/full").c_str()), 0);
   char buf[16] = {}, big[8192] = {}, a[32], b[32];
+  const nlmsghdr h{20, 0x1234, 0, 0, 0};
   expect_rows({
       {THEN(util_readFileToBuf("/etc/data", buf, 8), buf), "8 12345678"},
       {CALL(util_readFileToBuf("/etc/data", buf, 7)), "-1", "size of file /etc/data: 8 greater than bufsize: 7.\n"},
-      {CALL(util_readFileToBuf("/etc/missing", buf, 7)), "-1",
-       "size of file /etc/missing: 0 greater than bufsize: 7.\n"},
+      {CALL(util_readFileToBuf("/etc/nil", buf, 7)), "-1", "size of file /etc/nil: 0 greater than bufsize: 7.\n"},
       {CALL(util_readFileToBuf("/etc/dir", big, sizeof big)), "-1", "Read /etc/dir error.\n"},
       {CALL(util_readFileToBuf(nullptr, buf, 7)), "-1"},
       {THEN(util_writeBufToFile("/etc/out", "abc", 3), root.read("/etc/out")), "3 abc"},
       {THEN(util_writeBufToFile("/etc/out", "x", 1), root.read("/etc/out")), "1 x"},
-      {CALL(util_writeBufToFile("/etc/out", "x", -1)), "-1"},
       {CALL(util_writeBufToFile("/no/such/dir/f", "x", 1)), "-1", "Open /no/such/dir/f for writing failed \r\n"},
       {CALL(util_writeBufToFile("/full", big, sizeof big)), "-1", "write file /full failed, ret = 0 \r\n"},
       {THEN(util_genUramdom(a, sizeof a) + util_genUramdom(b, sizeof b), std::memcmp(a, b, sizeof a) != 0), "0 1"},
-      {CALL(util_genUramdom(nullptr, 4)), "-1"},
-      {CALL(util_genUramdom(a, -1)), "-1"},
+      {THEN(util_nl_sendData(7, "abc", 4, 0x1234), g_sent),
+       "0 " + hex(&h, sizeof h) + "61626300 1000" + times(20, "0")},
+      {CALL(util_nl_sendData(-1, nullptr, 0, 1)), "-1", "fd is invalid.\r\n"},
+      {CALL(failing(1, ENOBUFS, [] { return util_nl_sendData(7, "", 1, 9); })), "-1", "send failed, fd=7, type=9\r\n"},
   });
 }
 
@@ -214,25 +195,20 @@ TEST(UtilI2c, ProbesAndTables) {
     g_commands.clear();
     g_answering = answering;
     g_status = status;
-    const uint32_t index = util_getI2cType(type);
-    return txt(index) + "\n" + g_commands;
+    return txt(util_getI2cType(type)) + "\n" + g_commands;  // g_commands is read after the call
   };
-  const auto probes = [](std::initializer_list<const char *> addrs) {
-    std::string s;
-    for (const char *a : addrs) s += "i2cget -f -y 0 "s + a + " 0 >& /dev/null\n";
-    return s;
-  };
-  const std::string none = probes({"0x23", "0x21", "0x39"});
+  const auto cmd = [](const char *addr) { return "i2cget -f -y 0 "s + addr + " 0 >& /dev/null\n"; };
+  const std::string none = cmd("0x23") + cmd("0x21") + cmd("0x39");
   expect_rows({
-      {CALL(probe(1, " 0x21 ", 0)), "1\n" + probes({"0x23", "0x21"})},
+      {CALL(probe(1, " 0x21 ", 0)), "1\n" + cmd("0x23") + cmd("0x21")},
       {CALL(probe(1, " 0x39 ", 0)), "0\n" + none},
-      {CALL(probe(2, " 0x3a ", 0)), "0\n" + probes({"0x0", "0x21", "0x3a"})},
+      {CALL(probe(2, " 0x3a ", 0)), "0\n" + cmd("0x0") + cmd("0x21") + cmd("0x3a")},
       {CALL(probe(1, " 0x77 ", 0)), "3\n" + none},
       {CALL(probe(6, "", 0)), "3\n"},               // no such type
       {CALL(probe(1, " 0x23 ", 9)), "3\n" + none},  // ended by a signal
   });
-  const auto addr = [](std::pair<uint32_t, uint32_t> at) { return util_getI2cAddr(at.first, at.second); };
-  expect_each<std::pair<uint32_t, uint32_t>>(addr, {{1, 0}, {3, 2}, {5, 3}, {6, 0}}, {"57", "37", "0", "0"});
+  expect_each<std::pair<uint32_t, uint32_t>>([](auto at) { return util_getI2cAddr(at.first, at.second); },
+                                             {{1, 0}, {3, 2}, {5, 3}, {6, 0}}, {"57", "37", "0", "0"});
   l_FEMReg[2] = 9;  // writable by callers
   expect_each<int>(util_getFEMReg, {0, 2, 3, -1}, {"1", "9", "0", "0"});
   l_FEMReg[2] = 0;
@@ -246,8 +222,7 @@ TEST(UtilConv, Ipv4Text) {
   const auto ip4 = [](const char *text) {
     uint32_t ip = 0;
     char out[16];
-    const int rc = util_ip_strToNum(text, &ip);
-    return rc ? txt(rc) : util_ip_numToStr(ip, out);
+    return util_ip_strToNum(text, &ip) ? "-1" : std::string(util_ip_numToStr(ip, out));
   };
   expect_each<const char *>(
       ip4,
@@ -265,8 +240,7 @@ TEST(UtilConv, Ipv4Text) {
 TEST(UtilConv, MacTextAndValues) {
   const auto parse = [](const char *text) {
     uint8_t mac[6] = {};
-    const int rc = util_mac_strToArray(text, mac);
-    return rc ? txt(rc) : hex(mac, 6) + " " + txt(util_mac_isValidMac(mac));
+    return util_mac_strToArray(text, mac) ? "-1" : hex(mac, 6) + " " + txt(util_mac_isValidMac(mac));
   };
   expect_each<const char *>(parse,
                             {"00-11:22-33-44-55trailing", "02:00:00:00:00:01", "09AF1b2C3d4E", "0g:11:22:33:44:55",
@@ -284,8 +258,6 @@ TEST(UtilConv, MacTextAndValues) {
       {CALL(util_mac_arrayToStr(m, buf, 0)), "00-1A-2B-3C-4D-5E"},
       {CALL(util_mac_arrayToStr(m, buf, 2)), "00:1A:2B:3C:4D:5E"},
       {CALL(util_mac_arrayToStr(m, nullptr, 0)), "NULL"},
-      {CALL(util_mac_isValidMac(nullptr)), "0"},
-      {CALL(util_calMacAddr(nullptr, 1)), "-1"},
   });
 }
 
@@ -322,12 +294,11 @@ TEST(UtilConv, HexAndOui) {
 // and the one past max is written before the count is refused.
 TEST(UtilConv, SplitInPlace) {
   const auto split = [](std::pair<std::string, int> row) {
-    auto [s, max] = row;
     char *tokens[4] = {};
-    std::string out = txt(util_formatStr2Array(s.data(), ',', max, tokens));
+    std::string out = txt(util_formatStr2Array(row.first.data(), ',', row.second, tokens));
     for (int i = 0; i < 4 && tokens[i]; ++i) out += (i ? "|" : " ") + std::string(tokens[i]);
-    std::replace(s.begin(), s.end(), '\0', '_');
-    return out + " [" + s + "]";
+    std::replace(row.first.begin(), row.first.end(), '\0', '_');
+    return out + " [" + row.first + "]";
   };
   expect_each<std::pair<std::string, int>>(split, {{",a,,b,", 2}, {",a,,b,", 1}, {",,,", 4}},
                                            {"2 a|b [,a_,b_]", "-1 a|b [,a_,b_]", "0 [,,,]"});
@@ -342,19 +313,16 @@ TEST(UtilConv, TimeAndIpv6Texts) {
   uint8_t a[16], b[16];
   expect_each<uint32_t>([&](uint32_t s) { return util_time_numToStr(s, buf); }, {90061, UINT32_MAX},
                         {"1 days 01:01:01", "49710 days 06:28:15"});
-  const std::string invalid = "Invalid input parameter\n", null_args = "pIpv6Addr is NULL or pStrAddr is NULL\r\n";
+  const std::string invalid = "Invalid input parameter\n";
   expect_rows({
       {THEN(util_time_str2HourMinute("7", &h, &m), h * 100 + m), "-1 0"},
-      {CALL(util_time_numToStr(1, nullptr)), "NULL", invalid},
-      {CALL(util_time_hourMinute2Str(7, 75, nullptr)), "NULL", invalid},
       {CALL(util_time_str2HourMinute(nullptr, &h, &m)), "-1", invalid},
       {CALL(util_formatStr2Array(nullptr, ',', 4, nullptr)), "-1", invalid},
       {CALL(util_str_to_ipv6_addr("2001:db8::1", a) + util_str_to_ipv6_addr("2001:DB8:0::1", b)), "0"},
       {THEN(util_ipv6_addr_to_str(b, text), text), "0 2001:db8::1"},
       {CALL(util_str_to_ipv6_addr("2001:db8::2", b) + util_ipv6_addr_cmp(a, b)), "1"},
       {CALL(util_str_to_ipv6_addr("1.2.3.4", a)), "-1", "IPv6 is not in presentation format\r\n"},
-      {CALL(util_str_to_ipv6_addr(nullptr, a)), "-1", null_args},
-      {CALL(util_ipv6_addr_to_str(nullptr, text)), "-1", null_args},
+      {CALL(util_ipv6_addr_to_str(nullptr, text)), "-1", "pIpv6Addr is NULL or pStrAddr is NULL\r\n"},
       {CALL(util_ipv6_addr_cmp(a, nullptr)), "-1", "pIpv6Addr1 is NULL or pIpv6Addr2 is NULL\r\n"},
   });
 }
@@ -381,7 +349,6 @@ TEST(UtilDns, QuestionsAndIds) {
   uint32_t addrs[2];
   expect_rows({
       {CALL(question("")), "", invalid},
-      {CALL(question(nullptr)), "", invalid},
       {CALL(util_kx_getHostByName("", kLoopback, 1)), "0", kDns + "getHostByName:349]input params are NULL.\n\r"},
       {CALL(util_kx_getMultiHostByName("x", 0, 1, addrs, 2)), "-1",
        kDns + "getMultiHostByName:516]input params are NULL.\n\n\r"},
@@ -394,7 +361,7 @@ TEST(UtilDns, QuestionsAndIds) {
             0);
   const timespec fixed{65536, 6};  // (65536 + 6) % 65535 == 7
   g_clock = &fixed;
-  EXPECT_EQ(failing(g_fail_read, [&] { return util_kx_genNextDnsTransId(&id[2]); }), 0);
+  EXPECT_EQ(failing(1, EIO, [&] { return util_kx_genNextDnsTransId(&id[2]); }), 0);
   g_clock = nullptr;
   EXPECT_EQ(std::tuple(id[0] != id[1], id[2]),
             std::tuple(true, 7));  // random words (equal 1 in 65536), then the clock's
@@ -449,15 +416,12 @@ TEST(UtilDnsLookup, QueriesAndAcceptedReplies) {
   if (!enter_private_network(&why)) GTEST_SKIP() << why;
   const int saved = dup(0);
   // No stdin: descriptor 0 is held while the server opens its socket.
-  if (saved < 0) {
-    ASSERT_EQ(dup2(2, 0), 0);
-  }
-  int mode = 0;  // the server's answer: three addresses, RCODE 3, another id, QR clear, full names only, silence
+  ASSERT_TRUE(saved >= 0 || dup2(2, 0) == 0);
+  int mode = 0;  // the server's answer: two addresses, RCODE 3, another id, QR clear, full names only, silence
   const uint16_t flags[] = {0x8180, 0x8183, 0x8180, 0x0180, 0x8180};
-  const std::vector<Packet> three = {S::a(10, 1, 2, 3), S::a(10, 1, 2, 4), S::a(10, 1, 2, 5)};
   S server([&](const Packet &q) {
     if (mode == 5) return Packet{};
-    return S::reply(q, flags[mode], mode ? std::vector<Packet>{S::a(1, 1, 1, 1, mode != 4)} : three, -1, mode == 2);
+    return S::reply(q, flags[mode], {S::a(10, 1, 2, 3, mode != 4), S::a(10, 1, 2, 4, mode != 4)}, -1, mode == 2);
   });
   ASSERT_TRUE(server.listening());
   close(0);  // the lookup's socket is then descriptor 0, a valid one
@@ -470,20 +434,19 @@ TEST(UtilDnsLookup, QueriesAndAcceptedReplies) {
     const std::string one = dotted(util_kx_getHostByName("host.lan", kLoopback, timeout));
     return one + " " + txt(util_kx_getMultiHostByName("host.lan", kLoopback, timeout, addrs, 2));
   };
-  const std::string n253(253, 'n'), unreachable = "]sendto failed:101(Network is unreachable).\n\r";
+  const std::string n253(253, 'n'), down = "]sendto failed:101(Network is unreachable).\n\r";
   expect_rows({
       {THEN(both(0), dotted(addrs, 2)), "10.1.2.3 2  10.1.2.3 10.1.2.4"},
       {CALL(dotted(util_kx_getHostByName(n253.c_str(), kLoopback, 2))), "10.1.2.3"},  // a 259-byte question
-      {CALL(util_kx_getHostByName("host.lan", 0x0A090909, 0)), "0", kDns + "getHostByName:415" + unreachable},
+      {CALL(util_kx_getHostByName("host.lan", 0x0A090909, 0)), "0", kDns + "getHostByName:415" + down},
       {CALL(util_kx_getMultiHostByName("host.lan", 0x0A090909, 0, addrs, 2)), "-1",
-       kDns + "getMultiHostByName:574" + unreachable},
+       kDns + "getMultiHostByName:574" + down},
   });
   expect_each<int>(both, {1, 2, 3, 4, 5}, {"0.0.0.0 -1", "0.0.0.0 -1", "0.0.0.0 -1", "0.0.0.0 0", "0.0.0.0 -1"});
   const std::vector<Packet> sent = server.queries();
-  ASSERT_GE(sent.size(), 2u);  // the silent ones may still be on their way
-  // After the id: recursion desired, one question. Each query has a fresh id.
+  ASSERT_FALSE(sent.empty());
+  // After the id: recursion desired, one question.
   EXPECT_EQ(std::string(sent[0].begin() + 2, sent[0].end()), "\1\0\0\1\0\0\0\0\0\0"s + question("host.lan"));
-  EXPECT_NE(sent[1][0] << 8 | sent[1][1], sent[0][0] << 8 | sent[0][1]);
 }
 
 }  // namespace
