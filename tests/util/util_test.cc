@@ -107,25 +107,22 @@ void expect_each(F f, std::initializer_list<In> in, std::initializer_list<std::s
 
 // The exit code is not looked at, a signal is; the command line is cut to
 // 255 characters before ';' and "&&" are looked for, and nothing else is.
-TEST(UtilShell, ExitStatusAndRefusedCharacters) {
+TEST(UtilProc, ShellCommandsAndTheLock) {
   FirmwareRoot root;
   const std::string f = root.host("/out"), cut = "echo " + std::string(245, 'y') + " > /dev/null;x";
+  const std::string refused = "Parameter contains illegal character!";
   expect_each<const char *>(util_systemEx, {"exit 3", "kill -9 $$", nullptr}, {"0", "-1", "-1"});
   expect_rows({
       {CALL(failing(1, EAGAIN, [] { return util_systemEx("true"); })), "-1"},
       {CALL(util_execFormatCmd("%s", cut.c_str())), "0"},
-      {THEN(util_execFormatCmd("echo %s > %s", "a;b", f.c_str()), read_file(f)), "-1 ",
-       "Parameter contains illegal character!"},
-      {THEN(util_execFormatCmd("true && echo x > %s", f.c_str()), read_file(f)), "-1 ",
-       "Parameter contains illegal character!"},
+      {THEN(util_execFormatCmd("echo %s > %s", "a;b", f.c_str()), read_file(f)), "-1 ", refused},
+      {THEN(util_execFormatCmd("true && echo x > %s", f.c_str()), read_file(f)), "-1 ", refused},
       {THEN(util_execFormatCmd("false || echo ran | cat > %s", f.c_str()), read_file(f)), "0 ran\n"},
   });
-}
 
-// One semaphore set to 1 per key; a second process waits for the lock, and
-// what a process dies holding is given back. A wait gives up after 30
-// interruptions by signals.
-TEST(UtilSem, LockAcrossProcessesAndFailures) {
+  // One semaphore set to 1 per key; a second process waits for the lock, and
+  // what a process dies holding is given back. A wait gives up after 30
+  // interruptions by signals.
   const int key = 0x5A000000 | (getpid() & 0xFFFFFF);
   int id = -1, again = -1, status = -1;  // id is removed at the end
   ASSERT_EQ((std::tuple{util_init_sem(&id, key), util_init_sem(&again, key), again == id, semctl(id, 0, GETVAL),
@@ -218,7 +215,7 @@ TEST(UtilI2c, ProbesAndTables) {
 
 // Dotted quads read back as written: 7..15 characters of ".0123456789",
 // three dots, none leading or doubled, octets below 256.
-TEST(UtilConv, Ipv4Text) {
+TEST(UtilConv, Ipv4AndMacTexts) {
   const auto ip4 = [](const char *text) {
     uint32_t ip = 0;
     char out[16];
@@ -230,14 +227,12 @@ TEST(UtilConv, Ipv4Text) {
        "a.2.3.4", "1.2.3", "100.100.100.1000", nullptr},
       {"10.20.30.0", "10.0.0.1", "255.255.255.255", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1", "-1"});
   EXPECT_EQ(util_ip_strToNum("1.2.3.4", nullptr), -1);
-}
 
-// Six hex pairs, each after one optional '-' or ':'; the second digit of a
-// pair is not checked ('g' - 'A' + 10); text after the twelfth is ignored.
-// Valid: unicast, neither all zeros nor all ones. Six formats out, another
-// format gives the upper-case hyphen one. (Adding to a MAC, which never
-// changes the OUI, is checked against its oracle by the converter fuzz replay.)
-TEST(UtilConv, MacTextAndValues) {
+  // Six hex pairs, each after one optional '-' or ':'; the second digit of a
+  // pair is not checked ('g' - 'A' + 10); text after the twelfth is ignored.
+  // Valid: unicast, neither all zeros nor all ones. Six formats out, another
+  // format gives the upper-case hyphen one. (Adding to a MAC, which never
+  // changes the OUI, is checked against its oracle by the converter fuzz replay.)
   const auto parse = [](const char *text) {
     uint8_t mac[6] = {};
     return util_mac_strToArray(text, mac) ? "-1" : hex(mac, 6) + " " + txt(util_mac_isValidMac(mac));
@@ -264,7 +259,7 @@ TEST(UtilConv, MacTextAndValues) {
 // Hex pairs to bytes (a bad digit stops with the bytes before it written),
 // and OUI patterns both ways: a group per mask 0xFF or 0xF0, separators only
 // between groups, at most six groups.
-TEST(UtilConv, HexAndOui) {
+TEST(UtilConv, HexOuiAndSplit) {
   const auto bytes = [](std::pair<const char *, int> row) {
     uint8_t out[2] = {0xEE, 0xEE};
     const int rc = util_strToArray(row.first, out, row.second);
@@ -288,11 +283,9 @@ TEST(UtilConv, HexAndOui) {
       {CALL(util_oui_arrayToStr(value, some, text, 0)), "12:512-5"},  // appended to what is there
       {CALL(util_oui_arrayToStr(value, all, std::strcpy(text, ""), 1)), "12:34:56:04:05:06"},  // six groups at most
   });
-}
 
-// Split in place at runs of the separator; tokens holds max + 1 pointers,
-// and the one past max is written before the count is refused.
-TEST(UtilConv, SplitInPlace) {
+  // Split in place at runs of the separator; tokens holds max + 1 pointers,
+  // and the one past max is written before the count is refused.
   const auto split = [](std::pair<std::string, int> row) {
     char *tokens[4] = {};
     std::string out = txt(util_formatStr2Array(row.first.data(), ',', row.second, tokens));
@@ -336,17 +329,25 @@ std::string question(const char *name) {
   return std::string(q.begin(), q.begin() + util_kx_generateDnsQueryField(name, q.data()));
 }
 
+// A 1,500-byte reply buffer holding a header, the question and answers.
+Packet reply(int ancount, const std::vector<Packet> &answers, const std::string &q = question("host.lan")) {
+  const std::string query = "\x12\x34\1\0\0\1\0\0\0\0\0\0"s + q;  // id 0x1234, recursion desired, one question
+  Packet r = S::reply(Packet(query.begin(), query.end()), 0x8180, answers, ancount);
+  r.resize(1500);
+  return Packet(r);  // exactly 1,500 bytes on the heap
+}
+
 // Labels up to a '/', no length limit, an empty label ends the name (the
 // dot's length byte stays the caller's zero; 'F' is 70); a lookup refuses
 // no name, no server, and a name whose question would not fit 259 bytes
 // before it sends anything. Ids come from /dev/urandom, or from the realtime
 // clock when it cannot be read.
-TEST(UtilDns, QuestionsAndIds) {
+TEST(UtilDns, QuestionsIdsAndReplies) {
   const std::string x70(70, 'x'), huge(254, 'h'), failed = "util_kx_generateDnsQueryField failed.\n";
   expect_each<const char *>(question, {"host.lan/path/x.y", "a..b", x70.c_str()},
                             {"\4host\3lan\0\0\1\0\1"s, "\1a\0\1b\0\0\1\0\1"s, "F" + x70 + "\0\0\1\0\1"s});
   const std::string invalid = kDns + "generateDnsQueryField:267]invalid input params\n\r";
-  uint32_t addrs[2];
+  uint32_t addrs[100];
   expect_rows({
       {CALL(question("")), "", invalid},
       {CALL(util_kx_getHostByName("", kLoopback, 1)), "0", kDns + "getHostByName:349]input params are NULL.\n\r"},
@@ -357,34 +358,22 @@ TEST(UtilDns, QuestionsAndIds) {
        kDns + "getMultiHostByName:555]" + failed + "\n\r"},
   });
   uint16_t id[3] = {};
-  EXPECT_EQ(util_kx_genNextDnsTransId(&id[0]) + util_kx_genNextDnsTransId(&id[1]) + util_kx_genNextDnsTransId(nullptr),
-            0);
+  for (uint16_t *p : {&id[0], &id[1], static_cast<uint16_t *>(nullptr)}) EXPECT_EQ(util_kx_genNextDnsTransId(p), 0);
   const timespec fixed{65536, 6};  // (65536 + 6) % 65535 == 7
   g_clock = &fixed;
   EXPECT_EQ(failing(1, EIO, [&] { return util_kx_genNextDnsTransId(&id[2]); }), 0);
   g_clock = nullptr;
-  EXPECT_EQ(std::tuple(id[0] != id[1], id[2]),
-            std::tuple(true, 7));  // random words (equal 1 in 65536), then the clock's
-}
+  // Random words (equal 1 in 65536), then the clock's.
+  EXPECT_EQ(std::tuple(id[0] != id[1], id[2]), std::tuple(true, 7));
 
-// A 1,500-byte reply buffer holding a header, the question and answers.
-Packet reply(int ancount, const std::vector<Packet> &answers, const std::string &q = question("host.lan")) {
-  const std::string query = "\x12\x34\1\0\0\1\0\0\0\0\0\0"s + q;  // id 0x1234, recursion desired, one question
-  Packet r = S::reply(Packet(query.begin(), query.end()), 0x8180, answers, ancount);
-  r.resize(1500);
-  return Packet(r);  // exactly 1,500 bytes on the heap
-}
-
-// Only A records behind a compression pointer are taken, up to max, and
-// only when the question is the one sent; the walk stays within the first
-// 1,460 bytes, counting 20 bytes per 16-byte A record, and a reply that
-// reaches past them is void: zero bytes read as empty full names up to the
-// bound, an RDLENGTH of 65535, an owner name past the bound, 72 records, or
-// 2 bytes left before the last record, too few for its header.
-TEST(UtilDns, RepliesAndTheirBounds) {
-  const std::string q = question("host.lan"), invalid = kDns + "getIpFromDnsReplyPkt:165]invalid input param.\n\r";
+  // Only A records behind a compression pointer are taken, up to max, and
+  // only when the question is the one sent; the walk stays within the first
+  // 1,460 bytes, counting 20 bytes per 16-byte A record, and a reply that
+  // reaches past them is void: zero bytes read as empty full names up to the
+  // bound, an RDLENGTH of 65535, an owner name past the bound, 72 records, or
+  // 2 bytes left before the last record, too few for its header.
+  const std::string q = question("host.lan");
   const auto *sent = reinterpret_cast<const uint8_t *>(q.data());
-  uint32_t addrs[100];
   const auto parse = [&](const Packet &pkt, int max) {
     const int n = util_kx_getIpFromDnsReplyPkt(pkt.data(), static_cast<int32_t>(q.size()), sent, addrs, max);
     return txt(n) + dotted(addrs, n);
@@ -392,13 +381,12 @@ TEST(UtilDns, RepliesAndTheirBounds) {
   const std::vector<Packet> many(71, S::a(7, 7, 7, 7)), more(72, S::a(7, 7, 7, 7));
   std::vector<Packet> short_of_room = more;
   short_of_room.insert(short_of_room.end() - 1, S::answer(16, {}));
-  const auto cname = S::answer(5, {3, 'w', 'w', 'w', 0xC0, 0x0C});
   expect_rows({
-      {CALL(parse(reply(2, {cname, S::a(10, 0, 0, 3)}), 4)), "1 10.0.0.3"},
+      {CALL(parse(reply(2, {S::answer(5, {3, 'w', 'w', 'w', 0xC0, 0x0C}), S::a(10, 0, 0, 3)}), 4)), "1 10.0.0.3"},
       {CALL(parse(reply(2, {S::a(9, 9, 9, 9, false), S::a(10, 0, 0, 4)}), 4)), "1 10.0.0.4"},
       {CALL(parse(reply(1, {S::a(1, 1, 1, 1)}, question("other.lan")), 4)), "0",
        kDns + "getIpFromDnsReplyPkt:181]query field in answer pkt is different from request pkt.\n\r"},
-      {CALL(parse(reply(1, {}), 0)), "0", invalid},
+      {CALL(parse(reply(1, {}), 0)), "0", kDns + "getIpFromDnsReplyPkt:165]invalid input param.\n\r"},
       {CALL(parse(reply(71, many), 100)), "71" + times(71, " 7.7.7.7")},
       {CALL(parse(reply(72, more), 64)), "64" + times(64, " 7.7.7.7")},  // capacity reached first
   });
