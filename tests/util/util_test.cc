@@ -13,7 +13,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -24,10 +23,9 @@ namespace aputil::test {
 
 int g_fails, g_errno;     // the next g_fails calls of semop, semget, fork, read or netlink sendto fail with g_errno
 const timespec *g_clock;  // every clock reads this when set
-const char *g_answering = "";  // system: a command naming this answers g_status, others exit with 1
-int g_status;
-std::string g_commands;  // the commands system ran
-std::string g_sent;      // the last netlink datagram and its address, in hex
+std::pair<const char *, int> g_answer{"", 0};  // system: a command naming first answers second, others exit with 1
+std::string g_commands;                        // the commands system ran
+std::string g_sent;                            // the last netlink datagram and its address, in hex
 
 std::string hex(const void *p, size_t n) {
   std::string s;
@@ -53,7 +51,7 @@ int clock_gettime(clockid_t id, timespec *ts) {
 }
 int system(const char *cmd) {
   g_commands += cmd + std::string("\n");
-  return std::strstr(cmd, g_answering) ? g_status : 256;
+  return std::strstr(cmd, g_answer.first) ? g_answer.second : 256;
 }
 ssize_t sendto(int fd, const void *buf, size_t n, int flags, const sockaddr *to, socklen_t to_len) {
   if (!to || to->sa_family != AF_NETLINK) return syscall(SYS_sendto, fd, buf, n, flags, to, to_len);
@@ -73,22 +71,17 @@ std::string times(int n, const std::string &s) { return n > 0 ? s + times(n - 1,
 std::string dotted(uint32_t net) { return inet_ntoa(in_addr{net}); }
 std::string dotted(const uint32_t *net, int n) { return n > 0 ? " " + dotted(*net) + dotted(net + 1, n - 1) : ""; }
 template <class F>
-int failing(int calls, int err, F call) {
+int failing(int calls, int err, F call) {  // the call is expected to use all the failures
   g_fails = calls;
   g_errno = err;
-  const int rc = call();
-  g_fails = 0;
-  return rc;
+  return call();
 }
 
 // Table rows: a call, its answer as text, and all it prints. THEN answers
 // the call's result and then what the expression after it reads.
 #define CALL(...) [&] { return txt((__VA_ARGS__)); }
-#define THEN(call, ...)                      \
-  [&] {                                      \
-    const auto rc = (call);                  \
-    return txt(rc) + " " + txt(__VA_ARGS__); \
-  }
+#define THEN(call, ...) CALL(then((call), [&] { return txt(__VA_ARGS__); }))
+std::string then(const auto &rc, auto after) { return txt(rc) + " " + after(); }
 struct Row {
   std::function<std::string()> call;
   std::string want, out = "";
@@ -188,21 +181,20 @@ TEST(UtilIo, ClockFilesRandomBytesAndNetlink) {
 // Index 2 is probed first; only a command that ran and exited with 0
 // answers. Outside the tables the answer is 0, never a read beyond them.
 TEST(UtilI2c, ProbesAndTables) {
-  const auto probe = [](uint32_t type, const char *answering, int status) {
+  const auto probe = [](uint32_t type, std::pair<const char *, int> answer) {
     g_commands.clear();
-    g_answering = answering;
-    g_status = status;
+    g_answer = answer;
     return txt(util_getI2cType(type)) + "\n" + g_commands;  // g_commands is read after the call
   };
   const auto cmd = [](const char *addr) { return "i2cget -f -y 0 "s + addr + " 0 >& /dev/null\n"; };
   const std::string none = cmd("0x23") + cmd("0x21") + cmd("0x39");
   expect_rows({
-      {CALL(probe(1, " 0x21 ", 0)), "1\n" + cmd("0x23") + cmd("0x21")},
-      {CALL(probe(1, " 0x39 ", 0)), "0\n" + none},
-      {CALL(probe(2, " 0x3a ", 0)), "0\n" + cmd("0x0") + cmd("0x21") + cmd("0x3a")},
-      {CALL(probe(1, " 0x77 ", 0)), "3\n" + none},
-      {CALL(probe(6, "", 0)), "3\n"},               // no such type
-      {CALL(probe(1, " 0x23 ", 9)), "3\n" + none},  // ended by a signal
+      {CALL(probe(1, {" 0x21 ", 0})), "1\n" + cmd("0x23") + cmd("0x21")},
+      {CALL(probe(1, {" 0x39 ", 0})), "0\n" + none},
+      {CALL(probe(2, {" 0x3a ", 0})), "0\n" + cmd("0x0") + cmd("0x21") + cmd("0x3a")},
+      {CALL(probe(1, {" 0x77 ", 0})), "3\n" + none},
+      {CALL(probe(6, {"", 0})), "3\n"},               // no such type
+      {CALL(probe(1, {" 0x23 ", 9})), "3\n" + none},  // ended by a signal
   });
   expect_each<std::pair<uint32_t, uint32_t>>([](auto at) { return util_getI2cAddr(at.first, at.second); },
                                              {{1, 0}, {3, 2}, {5, 3}, {6, 0}}, {"57", "37", "0", "0"});
@@ -260,13 +252,14 @@ TEST(UtilConv, Ipv4AndMacTexts) {
 // and OUI patterns both ways: a group per mask 0xFF or 0xF0, separators only
 // between groups, at most six groups.
 TEST(UtilConv, HexOuiAndSplit) {
-  const auto bytes = [](std::pair<const char *, int> row) {
-    uint8_t out[2] = {0xEE, 0xEE};
-    const int rc = util_strToArray(row.first, out, row.second);
-    return txt(rc) + " " + hex(out, 2);
-  };
-  expect_each<std::pair<const char *, int>>(bytes, {{"0aFf", 2}, {"1000", 2}, {"12x4", 2}, {"1", 1}, {nullptr, 1}},
-                                            {"0 0aff", "0 1000", "-1 12ee", "-1 eeee", "-1 eeee"});
+  uint8_t out[2] = {};
+  expect_rows({
+      {THEN(util_strToArray("1000", out, 2), hex(out, 2)), "0 1000"},
+      {THEN(util_strToArray("0aFf", out, 2), hex(out, 2)), "0 0aff"},
+      {THEN(util_strToArray("12x4", out, 2), hex(out, 2)), "-1 12ff"},  // the first byte only is written
+      {THEN(util_strToArray("1", out, 1), hex(out, 2)), "-1 12ff"},
+      {CALL(util_strToArray(nullptr, out, 1)), "-1"},
+  });
   const auto oui = [](const char *text) {
     uint8_t value[6] = {}, mask[6] = {};
     const int rc = util_oui_strToArray(text, value, mask);
@@ -290,7 +283,7 @@ TEST(UtilConv, HexOuiAndSplit) {
     char *tokens[4] = {};
     std::string out = txt(util_formatStr2Array(row.first.data(), ',', row.second, tokens));
     for (int i = 0; i < 4 && tokens[i]; ++i) out += (i ? "|" : " ") + std::string(tokens[i]);
-    std::replace(row.first.begin(), row.first.end(), '\0', '_');
+    for (char &c : row.first) c = c ? c : '_';
     return out + " [" + row.first + "]";
   };
   expect_each<std::pair<std::string, int>>(split, {{",a,,b,", 2}, {",a,,b,", 1}, {",,,", 4}},
@@ -306,11 +299,10 @@ TEST(UtilConv, TimeAndIpv6Texts) {
   uint8_t a[16], b[16];
   expect_each<uint32_t>([&](uint32_t s) { return util_time_numToStr(s, buf); }, {90061, UINT32_MAX},
                         {"1 days 01:01:01", "49710 days 06:28:15"});
-  const std::string invalid = "Invalid input parameter\n";
   expect_rows({
       {THEN(util_time_str2HourMinute("7", &h, &m), h * 100 + m), "-1 0"},
-      {CALL(util_time_str2HourMinute(nullptr, &h, &m)), "-1", invalid},
-      {CALL(util_formatStr2Array(nullptr, ',', 4, nullptr)), "-1", invalid},
+      {CALL(util_time_str2HourMinute(nullptr, &h, &m)), "-1", "Invalid input parameter\n"},
+      {CALL(util_formatStr2Array(nullptr, ',', 4, nullptr)), "-1", "Invalid input parameter\n"},
       {CALL(util_str_to_ipv6_addr("2001:db8::1", a) + util_str_to_ipv6_addr("2001:DB8:0::1", b)), "0"},
       {THEN(util_ipv6_addr_to_str(b, text), text), "0 2001:db8::1"},
       {CALL(util_str_to_ipv6_addr("2001:db8::2", b) + util_ipv6_addr_cmp(a, b)), "1"},
