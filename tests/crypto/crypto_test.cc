@@ -2,12 +2,13 @@
 // their big numbers: a table per behaviour. libcrypto is the oracle: its digests, DES and big numbers
 // make the expected bytes and the keys.
 #define OPENSSL_SUPPRESS_DEPRECATED
+#include "crypto.h"
+
 #include <openssl/bn.h>
 #include <openssl/des.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 
-#include "crypto.h"
 #include "support/model_tree.h"
 
 namespace aputil::test {
@@ -19,37 +20,54 @@ std::string hex(const uint8_t *b, size_t n) {
 }
 std::string digest(const EVP_MD *md, const void *p, size_t n) {
   uint8_t d[64];
-  return EVP_Digest(p, n, d, nullptr, md, nullptr), hex(d, static_cast<size_t>(EVP_MD_get_size(md)));
+  EVP_Digest(p, n, d, nullptr, md, nullptr);
+  return hex(d, static_cast<size_t>(EVP_MD_get_size(md)));
 }
-const Bytes g_data = [] { Bytes b(300); for (size_t i = 0; i < 300; ++i) b[i] = static_cast<uint8_t>(i * 151); return b; }();
-const uint8_t *in = g_data.data(), kKey[8] = {0x13, 0x34, 0x57, 0x79, 0x9B, 0xBC, 0xDF, 0xF1}, kIv[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+const Bytes g_data = [] {
+  Bytes b(300);
+  for (size_t i = 0; i < 300; ++i) b[i] = static_cast<uint8_t>(i * 151);
+  return b;
+}();
+const uint8_t *in = g_data.data(), kKey[8] = {0x13, 0x34, 0x57, 0x79, 0x9B, 0xBC, 0xDF, 0xF1},
+              kIv[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 // libcrypto's DES of len bytes in whole blocks (a short one zero-padded when encrypting, read whole but
 // written up to len when decrypting), then 0xEE up to size: ECB, or PCBC from iv.
 Bytes des(const uint8_t *key, const uint8_t *in, int len, int enc, size_t size, const uint8_t *iv = nullptr) {
   DES_key_schedule ks;
   DES_cblock k, ivec;
+  memcpy(k, key, 8);
+  memcpy(ivec, iv ? iv : key, 8);
+  DES_set_key_unchecked(&k, &ks);
   Bytes out((static_cast<size_t>(len) + 7) / 8 * 8, 0xEE), padded(in, in + (enc ? len : out.size()));
-  memcpy(k, key, 8), memcpy(ivec, iv ? iv : key, 8), DES_set_key_unchecked(&k, &ks), padded.resize(out.size());
+  padded.resize(out.size());
   if (iv) DES_pcbc_encrypt(padded.data(), out.data(), len, &ks, &ivec, enc);
   for (size_t i = 0; !iv && i < out.size(); i += 8)
     DES_ecb_encrypt(reinterpret_cast<DES_cblock *>(&padded[i]), reinterpret_cast<DES_cblock *>(&out[i]), &ks, enc);
-  return out.resize(enc ? out.size() : static_cast<size_t>(len)), out.resize(size, 0xEE), out;
+  out.resize(enc ? out.size() : static_cast<size_t>(len));
+  out.resize(size, 0xEE);
+  return out;
 }
 
 // Every length from 0 to 300 at once and in updates of varying sizes, on a context that held garbage;
 // md5_verify_digest with NULL; HMAC-MD5 with keys around the block size (0 or below: empty, never read);
-// SHA-512 in pieces.
+// SHA-512 in pieces (a negative length adds nothing).
 TEST(CryptoMd5, DigestsAndHmac) {
   uint8_t d[16], ref[16], empty[16], sha[64];
   for (uint32_t n = 0; n <= 300; ++n) {
     kx_MD5_CTX ctx;
-    memset(&ctx, 0xA5, sizeof ctx), kx_MD5_Init(&ctx);
-    for (uint32_t from = 0, to; from < n; from = to)
-      kx_MD5_Update(&ctx, in + from, (to = std::min(n, from + 1 + (n * 7 + from) % 67)) - from);
-    kx_MD5_Update(&ctx, nullptr, 5), kx_MD5_Final(d, &ctx), md5_make_digest(ref, in, n);  // NULL adds nothing
+    memset(&ctx, 0xA5, sizeof ctx);
+    kx_MD5_Init(&ctx);
+    for (uint32_t from = 0, to = 0; from < n; from = to) {
+      to = std::min(n, from + 1 + (n * 7 + from) % 67);
+      kx_MD5_Update(&ctx, in + from, to - from);
+    }
+    kx_MD5_Update(&ctx, nullptr, 5);  // NULL adds nothing
+    kx_MD5_Final(d, &ctx);
+    md5_make_digest(ref, in, n);
     for (const uint8_t *x : {d, ctx.digest, ref}) ASSERT_EQ(hex(x, 16), digest(EVP_md5(), in, n)) << n;
   }
-  for (const uint8_t *expected : {static_cast<uint8_t *>(nullptr), (md5_make_digest(empty, nullptr, 0), empty)})
+  md5_make_digest(empty, nullptr, 0);
+  for (const uint8_t *expected : {static_cast<uint8_t *>(nullptr), empty})
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_verify_digest(expected, expected ? nullptr : "", 0), 0); }),
               "invalid input params\r\n");
   for (int klen : {-3, 0, 1, 16, 63, 64, 65, 200}) {
@@ -59,44 +77,59 @@ TEST(CryptoMd5, DigestsAndHmac) {
     EXPECT_EQ(hex(d, 16), hex(ref, 16)) << klen;
   }
   RSA_SHA512_State st;
-  RSA_SHA512_Init(&st), RSA_SHA512_Bytes(&st, "a", 1), RSA_SHA512_Bytes(&st, "x", -1), RSA_SHA512_Bytes(&st, "bc", 2);
-  EXPECT_EQ((RSA_SHA512_Final(&st, sha), hex(sha, 64)), digest(EVP_sha512(), "abc", 3));
+  RSA_SHA512_Init(&st);
+  for (const auto &[piece, len] : {std::pair{"a", 1}, {"x", -1}, {"bc", 2}}) RSA_SHA512_Bytes(&st, piece, len);
+  RSA_SHA512_Final(&st, sha);
+  EXPECT_EQ(hex(sha, 64), digest(EVP_sha512(), "abc", 3));
 }
 
 // md5_des: rows of (input, length, capacity, direction) with the count, the line printed and the bytes
 // written: the digest (its ECB after it is left to the round trip), the plain data, or none ("ee").
-// The capacity tests are signed 32-bit ones. Then file_md5_des on a firmware tree: rows of (input,
-// output, size written first, direction) with the result, the lines printed and the output's size.
+// The capacity tests are signed 32-bit ones; s10, sealed from 10 bytes, never unseals (the digest
+// covers 10 bytes, unsealing checks all 16). Then file_md5_des on a firmware tree: rows of (input,
+// output (.s seals, .p unseals), size written first) with the line printed (none: success, else -1)
+// and the output's size.
 TEST(CryptoSeal, BuffersAndFiles) {
   EXPECT_EQ(hex(md5_getImageKey(), 16) + hex(md5_getConfigKey(), 16) + hex(md5_getDesKey(), 8),
             "3c91e0a47b2d58f61e0c9a3b72d4856f9d14b7e25a0c63f8d1e7402b6fa93c159d14b7e25a0c63f8");
   uint8_t s16[32], s10[32], out[64];
   ASSERT_EQ(md5_des(in, 16, s16, 40, md5_getDesKey(), 1) + md5_des(in, 10, s10, 40, md5_getDesKey(), 1), 64);
-  const std::string kSmall = "output buf too small.\r\n", kInvalid = "invalid input params\r\n", kNo = ": No such file or directory\n";
-  const struct { const uint8_t *in; int len; uint32_t cap; int seal, rc; std::string out; } kRows[] = {
-      {in, 16, 39, 1, -1, kSmall}, {in, 16, 40, 1, 32, ""}, {in, 10, 40, 1, 32, ""}, {in, 0, 24, 1, 16, ""},
-      {in, 16, 0x7FFFFFFF, 1, 32, ""}, {in, 16, 0xFFFFFFF0u, 1, -1, kSmall}, {in, -1, 64, 1, -1, kInvalid},
-      {nullptr, 16, 64, 1, -1, kInvalid}, {s16, 32, 23, 0, -1, kSmall}, {s16, 32, 24, 0, 16, ""},
-      {s16, 32, 0xFFFFFFF0u, 0, -1, kSmall}, {s16, 15, 64, 0, -1, kInvalid},
-      {s10, 32, 64, 0, -1, ""}};  // the digest covers 10 bytes, unsealing checks all 16
-  for (const auto &r : kRows) {
+  enum { kIn, kNul, kS16, kS10, kQuiet = 0, kSmall, kBad };
+  const uint8_t *kIns[] = {in, nullptr, s16, s10};
+  const std::string kLines[] = {"", "output buf too small.\r\n", "invalid input params\r\n"};
+  const int kMax = 0x7FFFFFFF,
+            kRows[][6] = {{kIn, 16, 39, 1, -1, kSmall},  {kIn, 16, 40, 1, 32, kQuiet},   {kIn, 10, 40, 1, 32, kQuiet},
+                          {kIn, 0, 24, 1, 16, kQuiet},   {kIn, 16, kMax, 1, 32, kQuiet}, {kIn, 16, -16, 1, -1, kSmall},
+                          {kIn, -1, 64, 1, -1, kBad},    {kNul, 16, 64, 1, -1, kBad},    {kS16, 32, 23, 0, -1, kSmall},
+                          {kS16, 32, 24, 0, 16, kQuiet}, {kS16, 32, -16, 0, -1, kSmall}, {kS16, 15, 64, 0, -1, kBad},
+                          {kS10, 32, 64, 0, -1, kQuiet}};
+  for (const auto &[input, len, cap, seal, rc, printed] : kRows) {
+    const uint8_t *p = kIns[input];
+    const std::string &line = kLines[printed];
     memset(out, 0xEE, sizeof out);
-    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_des(r.in, r.len, out, r.cap, md5_getDesKey(), r.seal), r.rc); }), r.out) << &r - kRows;
-    const std::string want = r.rc < 0 ? r.out.empty() ? "" : "ee" : r.seal ? digest(EVP_md5(), r.in, r.len) : hex(in, 16);
-    EXPECT_EQ(hex(out, want.size() / 2), want) << &r - kRows;
+    const auto call = [&] { EXPECT_EQ(md5_des(p, len, out, static_cast<uint32_t>(cap), md5_getDesKey(), seal), rc); };
+    EXPECT_EQ(stdout_of(call), line) << len << " " << cap;
+    const std::string want = rc < 0 ? line.empty() ? "" : "ee" : seal ? digest(EVP_md5(), p, len) : hex(in, 16);
+    EXPECT_EQ(hex(out, want.size() / 2), want) << len << " " << cap;
   }
   FirmwareRoot root;
-  const struct { std::string in, out; int size, seal, rc; std::string line; size_t written; } kFiles[] = {
-      {"/a", "/a.s", 16360, 1, 0, "", 16376}, {"/a.s", "/a.p", -1, 0, 0, "", 16360}, {"/b", "/b.s", 16382, 1, 0, "", 16400},
-      {"/c", "/c.s", 16383, 1, -1, "file too large!\n ", 0}, {"/d", "/d.s", 10, 1, 0, "", 32},
-      {"/d.s", "/d.p", -1, 0, -1, "invalid len\r\n", 0} /* sealed from 10 */, {"/e", "/e.s", 0, 1, 0, "", 16},
-      {"/e.s", "/e.p", -1, 0, 0, "", 0}, {"/missing", "/x", -1, 1, -1, "open input file" + kNo, 0},
-      {"/e", "/no/x", -1, 1, -1, "open output file" + kNo, 0}};
-  for (const auto &r : kFiles) {
-    if (r.size >= 0) root.write(r.in, std::string(static_cast<size_t>(r.size), 'p'));
-    std::string line, err = stderr_of([&] { line = stdout_of([&] { EXPECT_EQ(file_md5_des(r.in.c_str(), r.out.c_str(), r.seal), r.rc); }); });
-    EXPECT_EQ(line + err, r.line) << r.in;
-    EXPECT_TRUE(root.read(r.out).size() == r.written && (r.seal || r.rc || root.read(r.out) == root.read(r.in.substr(0, 2))));
+  const std::string kNo = ": No such file or directory\n",
+                    kPrinted[] = {"", "file too large!\n ", "invalid len\r\n", "open input file" + kNo,
+                                  "open output file" + kNo};
+  const std::tuple<const char *, const char *, int, int, size_t> kFiles[] = {
+      {"/a", "/a.s", 16360, 0, 16376}, {"/a.s", "/a.p", -1, 0, 16360}, {"/b", "/b.s", 16382, 0, 16400},
+      {"/c", "/c.s", 16383, 1, 0},     {"/d", "/d.s", 10, 0, 32},      {"/d.s", "/d.p", -1, 2, 0},
+      {"/e", "/e.s", 0, 0, 16},        {"/e.s", "/e.p", -1, 0, 0},     {"/missing", "/x.s", -1, 3, 0},
+      {"/e", "/no/x.s", -1, 4, 0}};
+  for (const auto &[from, to, size, printed, written] : kFiles) {
+    const int rc = printed ? -1 : 0;
+    const int seal = std::string(to).ends_with(".s");
+    if (size >= 0) root.write(from, std::string(static_cast<size_t>(size), 'p'));
+    std::string out;
+    const std::string err = stderr_of([&] { out = stdout_of([&] { EXPECT_EQ(file_md5_des(from, to, seal), rc); }); });
+    EXPECT_EQ(out + err, kPrinted[printed]) << from;
+    EXPECT_EQ(root.read(to).size(), written) << from;
+    EXPECT_TRUE(seal || rc || root.read(to) == root.read(std::string(from, 2))) << from;
   }
 }
 
@@ -104,28 +137,35 @@ TEST(CryptoSeal, BuffersAndFiles) {
 // blocks when decrypting); des_min_do_ex in place (non-negative multiples of 8 only); des_min_do_pcbc
 // both ways, a ciphertext bit changed (it spoils its block and every later one); NULL pointers.
 TEST(CryptoDes, EcbAndPcbc) {
-  const struct { int len; uint32_t cap; int enc, rc; } kRows[] = {{40, 48, 1, 40}, {40, 48, 0, 40}, {1, 8, 1, 0},
-      {1, 9, 1, 8}, {13, 24, 1, 16}, {13, 24, 0, 8}, {0, 8, 1, 0}, {8, 0xFFFFFFF0u, 1, 0}, {8, 0x7FFFFFFF, 1, 8}, {-8, 8, 1, 0}};
+  const std::tuple<int, uint32_t, int, int> kRows[] = {
+      {40, 48, 1, 40}, {40, 48, 0, 40}, {1, 8, 1, 0},           {1, 9, 1, 8},          {13, 24, 1, 16},
+      {13, 24, 0, 8},  {0, 8, 1, 0},    {8, 0xFFFFFFF0u, 1, 0}, {8, 0x7FFFFFFF, 1, 8}, {-8, 8, 1, 0}};
   uint8_t out[48];
-  for (const auto &r : kRows) {
-    EXPECT_EQ(des_min_do(in, r.len, static_cast<uint8_t *>(memset(out, 0xEE, 48)), r.cap, kKey, r.enc), r.rc) << &r - kRows;
-    EXPECT_EQ(Bytes(out, out + 48), des(kKey, in, r.rc ? r.len : 0, r.enc, 48)) << &r - kRows;
+  for (const auto &[len, cap, enc, rc] : kRows) {
+    memset(out, 0xEE, sizeof out);
+    EXPECT_EQ(des_min_do(in, len, out, cap, kKey, enc), rc) << len << " " << cap;
+    EXPECT_EQ(Bytes(out, out + 48), des(kKey, in, rc ? len : 0, enc, 48)) << len << " " << cap;
   }
   for (int len : {40, 16, 12, 9, -8, 0}) {
     const int done = len % 8 || len < 0 ? 0 : len;
     Bytes buf(in, in + 48), want = des(kKey, in, done, len == 40, static_cast<size_t>(done));
-    EXPECT_TRUE(des_min_do_ex(buf.data(), len, kKey, len == 40) == done && buf == (want.insert(want.end(), in + done, in + 48), want));
+    want.insert(want.end(), in + done, in + 48);
+    EXPECT_EQ(des_min_do_ex(buf.data(), len, kKey, len == 40), done);
+    EXPECT_EQ(buf, want) << len;
   }
   for (int len : {32, 13, 0}) {
     Bytes c(32, 0xEE), p(32, 0xEE);
-    EXPECT_TRUE(des_min_do_pcbc(in, c.data(), len, kKey, kIv, 1) == 1 && c == des(kKey, in, len, 1, 32, kIv)) << len;
+    EXPECT_EQ(des_min_do_pcbc(in, c.data(), len, kKey, kIv, 1), 1);
+    EXPECT_EQ(c, des(kKey, in, len, 1, 32, kIv)) << len;
     c[static_cast<size_t>(len) / 3] ^= 1;
-    EXPECT_TRUE(des_min_do_pcbc(c.data(), p.data(), len, kKey, kIv, 0) == 1 && p == des(kKey, c.data(), len, 0, 32, kIv));
+    EXPECT_EQ(des_min_do_pcbc(c.data(), p.data(), len, kKey, kIv, 0), 1);
+    EXPECT_EQ(p, des(kKey, c.data(), len, 0, 32, kIv)) << len;
   }
   EXPECT_EQ(des_min_do(nullptr, 8, out, 16, kKey, 1) + des_min_do(in, 8, nullptr, 16, kKey, 1) +
                 des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, kKey, 1) +
                 des_min_do_pcbc(nullptr, out, 8, kKey, kIv, 1) + des_min_do_pcbc(in, nullptr, 8, kKey, kIv, 1) +
-                des_min_do_pcbc(in, out, 8, nullptr, kIv, 1) + des_min_do_pcbc(in, out, 8, kKey, nullptr, 1), 0);
+                des_min_do_pcbc(in, out, 8, nullptr, kIv, 1) + des_min_do_pcbc(in, out, 8, kKey, nullptr, 1),
+            0);
 }
 
 // An RSA key of libcrypto's (its modulus doubled when even), its public-key blob, and signatures:
@@ -134,88 +174,123 @@ TEST(CryptoDes, EcbAndPcbc) {
 struct Key {
   explicit Key(int bits, bool even = false) : even(even) {
     EVP_PKEY *pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<size_t>(bits));
-    EVP_PKEY_get_bn_param(pkey, "n", &n), EVP_PKEY_get_bn_param(pkey, "d", &d), EVP_PKEY_free(pkey);
-    k = (BN_lshift(modulus, n, even), BN_num_bytes(modulus));
-    blob = {0x06, 0x02, 0, 0, 0, 0xA4, 0, 0, 'R', 'S', 'A', '1', uint8_t(k * 8), uint8_t(k >> 5), 0, 0, 0x01, 0x00, 0x01, 0x00};
-    blob.resize(20 + static_cast<size_t>(k)), BN_bn2lebinpad(modulus, &blob[20], k);
+    EVP_PKEY_get_bn_param(pkey, "n", &n);
+    EVP_PKEY_get_bn_param(pkey, "d", &d);
+    EVP_PKEY_free(pkey);
+    BN_lshift(modulus, n, even);
+    k = BN_num_bytes(modulus);
+    blob = {0x06, 0x02, 0, 0, 0, 0xA4, 0, 0, 'R', 'S', 'A', '1', uint8_t(k * 8), uint8_t(k >> 5), 0, 0, 1, 0, 1, 0};
+    blob.resize(20 + static_cast<size_t>(k));
+    BN_bn2lebinpad(modulus, &blob[20], k);
   }
-  ~Key() { BN_free(n), BN_free(d), BN_free(modulus); }
+  ~Key() {
+    for (BIGNUM *b : {n, d, modulus}) BN_free(b);
+  }
   Bytes sign(int changed = -1) const {
-    const uint8_t kInfo[16] = {0x00, 0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2b, 0x0e, 0x03, 0x02, 0x1a, 0x05, 0x00, 0x04, 0x14};
+    const char kInfo[] = "\x00\x30\x21\x30\x09\x06\x05\x2b\x0e\x03\x02\x1a\x05\x00\x04\x14";
     Bytes em(static_cast<size_t>(k), 0xFF), sig(em.size());
-    EVP_Digest("fw", 2, em.data(), nullptr, EVP_sha1(), nullptr), std::reverse(em.begin(), em.begin() + 20);
-    std::reverse_copy(kInfo, kInfo + 16, em.begin() + 20), em[em.size() - 1] = 0, em[em.size() - 2] = 1;
+    EVP_Digest("fw", 2, em.data(), nullptr, EVP_sha1(), nullptr);
+    std::reverse(em.begin(), em.begin() + 20);
+    std::reverse_copy(kInfo, kInfo + 16, em.begin() + 20);
+    em[em.size() - 1] = 0;
+    em[em.size() - 2] = 1;
     if (changed >= 0) em[static_cast<size_t>(changed)] ^= 1;
     BN_CTX *ctx = BN_CTX_new();
     BIGNUM *m = BN_lebin2bn(em.data(), k, nullptr), *s = BN_new();
-    if (BN_mod_exp(s, m, d, n, ctx), even && BN_is_odd(s) != BN_is_odd(m)) BN_add(s, s, n);  // the root mod 2n
-    return BN_bn2lebinpad(s, sig.data(), k), BN_free(m), BN_free(s), BN_CTX_free(ctx), sig;
+    BN_mod_exp(s, m, d, n, ctx);
+    if (even && BN_is_odd(s) != BN_is_odd(m)) BN_add(s, s, n);  // the root mod 2n
+    BN_bn2lebinpad(s, sig.data(), k);
+    BN_free(m);
+    BN_free(s);
+    BN_CTX_free(ctx);
+    return sig;
   }
   BIGNUM *n = nullptr, *d = nullptr, *modulus = BN_new();
   int k = 0, even;
   Bytes blob;
 };
-const Key &key(int i) { static const Key keys[] = {Key(1024), Key(1024), Key(1024, true)}; return keys[i]; }
+const Key &key(int i) {
+  static const Key keys[] = {Key(1024), Key(1024), Key(1024, true)};
+  return keys[i];
+}
 
 // rsaVerifySign: rows of (signing key, blob, message byte changed (-j: k - j), signature or data form)
-// with the answer, in order: the key verified just before never decides the next answer. Then the blob
-// in base64 (rows of text and length): a leading "+ " is skipped and the length counts from after it.
+// with the answer, in order: the key verified just before never decides the next answer; key 2 is
+// even (no Montgomery). Then the blob in base64 (rows of text and length): a leading "+ " is skipped
+// and the length counts from after it.
 TEST(CryptoRsa, Verify) {
-  enum Form { kLe, kBe, kFlipped, kNull, kOtherData, kNullData, k256 = 256, kTooLong };
-  enum { kAsIs = -1000, kBadMagic = 3, kZeroModulus, kNullBlob };
-  const struct { int key, blob, changed; Form form; int rc; } kRows[] = {{0, 0, kAsIs, kLe, 1}, {0, 0, kAsIs, kOtherData, 0},
-      {0, 0, kAsIs, kFlipped, 0}, {0, 0, kAsIs, kBe, 0}, {0, 0, -1, kLe, 0}, {0, 0, -2, kLe, 0}, {0, 0, -3, kLe, 0},
-      {0, 0, 36, kLe, 0}, {0, 0, 35, kLe, 0}, {0, 0, 20, kLe, 0}, {0, 0, 19, kLe, 0}, {0, 0, 0, kLe, 0}, {0, 1, kAsIs, kLe, 0},
-      {1, 1, kAsIs, kLe, 1}, {1, 0, kAsIs, kLe, 0}, {0, 0, kAsIs, kLe, 1}, {0, 0, kAsIs, k256, 1}, {0, 0, kAsIs, kTooLong, 0},
-      {2, 2, kAsIs, kLe, 1} /* even: no Montgomery */, {2, 2, 19, kLe, 0}, {0, kBadMagic, kAsIs, kLe, 0},
-      {0, kZeroModulus, kAsIs, kLe, 0}, {0, kNullBlob, kAsIs, kLe, 0}, {0, 0, kAsIs, kNullData, 0}, {0, 0, kAsIs, kNull, 0}};
-  for (const auto &r : kRows) {
-    Bytes blob = key(r.blob % 3).blob, sig = key(r.key).sign(r.changed < 0 ? key(r.key).k + r.changed : r.changed);
-    r.form == kBe ? std::reverse(sig.begin(), sig.end()) : r.form == kFlipped ? void(sig[5] ^= 1) : sig.resize(std::max<size_t>(r.form, sig.size()));
-    if (r.blob == kBadMagic || r.blob == kZeroModulus) std::fill(blob.begin() + (r.blob == kBadMagic ? 11 : 20), blob.end(), 0);
-    const char *data = r.form == kNullData ? nullptr : r.form == kOtherData ? "fw!" : "fw";
-    EXPECT_EQ(rsaVerifySign(r.blob == kNullBlob ? nullptr : blob.data(), 0, reinterpret_cast<const uint8_t *>(data),
-                            data ? strlen(data) : 0, r.form == kNull ? nullptr : sig.data(), sig.size()), r.rc) << &r - kRows;
+  enum Form { kLe, kBe, kFlip, kNull, kOther, kNoData, k256 = 256, k257 };
+  enum { kAsIs = -1000, kMagic = 3, kZeroN, kNil };
+  const std::tuple<int, int, int, Form, int> kRows[] = {
+      {0, 0, kAsIs, kLe, 1},      {0, 0, kAsIs, kOther, 0},   {0, 0, kAsIs, kFlip, 0},  {0, 0, kAsIs, kBe, 0},
+      {0, 0, -1, kLe, 0},         {0, 0, -2, kLe, 0},         {0, 0, -3, kLe, 0},       {0, 0, 36, kLe, 0},
+      {0, 0, 35, kLe, 0},         {0, 0, 20, kLe, 0},         {0, 0, 19, kLe, 0},       {0, 0, 0, kLe, 0},
+      {0, 1, kAsIs, kLe, 0},      {1, 1, kAsIs, kLe, 1},      {1, 0, kAsIs, kLe, 0},    {0, 0, kAsIs, kLe, 1},
+      {0, 0, kAsIs, k256, 1},     {0, 0, kAsIs, k257, 0},     {2, 2, kAsIs, kLe, 1},    {2, 2, 19, kLe, 0},
+      {0, kMagic, kAsIs, kLe, 0}, {0, kZeroN, kAsIs, kLe, 0}, {0, kNil, kAsIs, kLe, 0}, {0, 0, kAsIs, kNoData, 0},
+      {0, 0, kAsIs, kNull, 0}};
+  for (const auto &[signer, b, changed, form, rc] : kRows) {
+    Bytes blob = key(b % 3).blob, sig = key(signer).sign(changed < 0 ? key(signer).k + changed : changed);
+    if (form == kBe) std::reverse(sig.begin(), sig.end());
+    if (form == kFlip) sig[5] ^= 1;
+    if (form >= k256) sig.resize(form);
+    if (b == kMagic || b == kZeroN) std::fill(blob.begin() + (b == kMagic ? 11 : 20), blob.end(), 0);
+    const char *data = form == kNoData ? nullptr : form == kOther ? "fw!" : "fw";
+    EXPECT_EQ(rsaVerifySign(b == kNil ? nullptr : blob.data(), 0, reinterpret_cast<const uint8_t *>(data),
+                            data ? strlen(data) : 0, form == kNull ? nullptr : sig.data(), sig.size()),
+              rc)
+        << signer << b << changed << form;
   }
   const Bytes sig = key(0).sign();
   char text[400];
-  std::string high(text, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(text), key(0).blob.data(), static_cast<int>(key(0).blob.size())));
-  const struct { std::string text; size_t len; int rc; } kBase64[] = {{text, high.size(), 1}, {"+ " + high, high.size(), 1},
-      {(high[10] = '\xC3', high), high.size(), 0}, {std::string(257, 'A'), 257, 0}, {"", 0, 0}, {"+ ", 2, 0}, {"QUJD", 3, 0}};
-  for (const auto &r : kBase64)
-    EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(r.text.c_str(), r.len, reinterpret_cast<const uint8_t *>("fw"), 2,
-                                                       sig.data(), sig.size()), r.rc) << r.text;
+  const std::string high(text, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(text), key(0).blob.data(),
+                                               static_cast<int>(key(0).blob.size())));
+  std::string bad = high;
+  bad[10] = '\xC3';
+  const size_t n = high.size();
+  const std::tuple<std::string, size_t, int> kBase64[] = {
+      {text, n, 1}, {"+ " + high, n, 1}, {bad, n, 0},   {std::string(257, 'A'), 257, 0},
+      {"", 0, 0},   {"+ ", 2, 0},        {"QUJD", 3, 0}};
+  for (const auto &[t, len, rc] : kBase64)
+    EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(t.c_str(), len, reinterpret_cast<const uint8_t *>("fw"), 2,
+                                                       sig.data(), sig.size()),
+              rc)
+        << t;
 }
 
 // Big numbers as "limbs:the limbs in hex, most significant first/bits" (or "null"), each released: a
 // zero still owns its one limb. Then comparisons and bytes (0 beyond the count).
 std::string num(RSA_Bignum b) {
-  std::string s = b ? std::to_string(b[0]) + ":" : "null";
-  for (int i = b ? b[0] : 0; i >= 1; --i) s += hex(Bytes{static_cast<uint8_t>(b[i] >> 8), static_cast<uint8_t>(b[i])}.data(), 2);
-  return (b ? s += "/" + std::to_string(RSA_bignum_bitcount(b)) : s), RSA_freebn(b), s;
+  if (!b) return "null ";
+  std::string s = std::to_string(b[0]) + ":";
+  for (int i = b[0]; i >= 1; --i)
+    s += hex(Bytes{static_cast<uint8_t>(b[i] >> 8), static_cast<uint8_t>(b[i])}.data(), 2);
+  s += "/" + std::to_string(RSA_bignum_bitcount(b)) + " ";
+  RSA_freebn(b);
+  return s;
 }
 TEST(CryptoRsa, BigNumbers) {
   const uint8_t be[] = {0, 0, 1, 2, 3}, kBig[] = {0xe8, 0xd5, 0x00, 0x9d, 0x90};  // 1000003^2 + 7
   auto *n = RSA_bignum_from_int;
   RSA_Bignum seven = n(7), three = n(3), six = n(6), one = n(1), mod = n(1000003), zero = n(0), cut = n(0x10001),
              big = RSA_bignum_from_bytes(kBig, 5), wide = RSA_newbn(65535);
-#define BN(...) {[&] { return __VA_ARGS__; }
-  const std::string z = "1:0000/0";  // zero
-  const std::pair<std::function<RSA_Bignum()>, std::string> kRows[] = {BN(RSA_bignum_from_bytes(be, 5)), "2:00010203/17"},
-      BN(RSA_bignum_from_bytes(be, 2)), z}, BN(RSA_bignum_from_bytes(be, 0)), z}, BN(RSA_bignum_from_bytes(be, -5)), z},
-      BN(RSA_bignum_from_bytes(nullptr, 4)), z}, BN(n(0)), z}, BN(n(0xFFFF)), "1:ffff/16"}, BN(n(0x12345)), "2:00012345/17"},
-      BN(RSA_newbn(0)), "0:/0"}, BN(RSA_modpow(seven, three, mod)), "1:0157/9"}, BN(RSA_modpow(six, three, three)), z},
-      BN(RSA_modpow(seven, three, zero)), "null"}, BN(RSA_modinv(three, mod)), "2:000a2c2d/20"},
-      BN(RSA_modinv(six, three)), "null"}, BN(RSA_modmul(six, seven, mod)), "1:002a/6"}, BN(RSA_modmul(six, one, three)), z},
-      BN(RSA_bigmuladd(mod, mod, seven)), "3:00e8d5009d90/40"}, BN(RSA_bigmuladd(zero, one, zero)), z},
-      BN(RSA_bigmod(big, mod)), "1:0007/3"}, BN(RSA_bigmod(six, three)), z}, BN(RSA_bigmod(seven, zero)), "null"}};
-  for (const auto &[make, want] : kRows) EXPECT_EQ(num(make()), want) << &make - &kRows[0].first;
-  for (const auto &[a, b, cmp] : {std::tuple{seven, mod, -1}, {mod, seven, 1}, {big, mod, 1}, {mod, big, -1},
-                                  {seven, seven, 0}, {zero, wide, 0}, {wide, zero, 0}, {three, cut, -1}})
-    EXPECT_EQ(RSA_bignum_cmp(a, b), cmp) << a[0] << "," << b[0];
-  for (const auto &[b, i, want] : {std::tuple{big, 0, 0x90}, {big, 1, 0x9d}, {big, 4, 0xe8}, {big, 5, 0}, {big, -1, 0},
-                                   {(cut[0] = 1, cut), 0, 1} /* 0x10001 cut to a limb in place */, {cut, 2, 0}})
-    EXPECT_EQ(RSA_bignum_byte(b, i), want) << i;
+  auto *bytes = RSA_bignum_from_bytes;
+  EXPECT_EQ(num(bytes(be, 5)) + num(bytes(be, 2)) + num(bytes(be, 0)) + num(bytes(be, -5)) + num(bytes(nullptr, 4)) +
+                num(n(0)) + num(n(0xFFFF)) + num(n(0x12345)) + num(RSA_newbn(0)) + num(RSA_modpow(seven, three, mod)) +
+                num(RSA_modpow(six, three, three)) + num(RSA_modpow(seven, three, zero)) + num(RSA_modinv(three, mod)) +
+                num(RSA_modinv(six, three)) + num(RSA_modmul(six, seven, mod)) + num(RSA_modmul(six, one, three)) +
+                num(RSA_bigmuladd(mod, mod, seven)) + num(RSA_bigmuladd(zero, one, zero)) + num(RSA_bigmod(big, mod)) +
+                num(RSA_bigmod(six, three)) + num(RSA_bigmod(seven, zero)),
+            "2:00010203/17 1:0000/0 1:0000/0 1:0000/0 1:0000/0 1:0000/0 1:ffff/16 2:00012345/17 0:/0 1:0157/9 "
+            "1:0000/0 null 2:000a2c2d/20 null 1:002a/6 1:0000/0 3:00e8d5009d90/40 1:0000/0 1:0007/3 1:0000/0 null ");
+  const std::tuple<RSA_Bignum, RSA_Bignum, int> kCmp[] = {{seven, mod, -1}, {mod, seven, 1},   {big, mod, 1},
+                                                          {mod, big, -1},   {seven, seven, 0}, {zero, wide, 0},
+                                                          {wide, zero, 0},  {three, cut, -1}};
+  for (const auto &[a, b, cmp] : kCmp) EXPECT_EQ(RSA_bignum_cmp(a, b), cmp) << a[0] << "," << b[0];
+  cut[0] = 1;  // 0x10001 cut to its low limb in place
+  const std::tuple<RSA_Bignum, int, int> kByte[] = {{big, 0, 0x90}, {big, 1, 0x9d}, {big, 4, 0xe8}, {big, 5, 0},
+                                                    {big, -1, 0},   {cut, 0, 1},    {cut, 2, 0}};
+  for (const auto &[b, i, want] : kByte) EXPECT_EQ(RSA_bignum_byte(b, i), want) << i;
   for (RSA_Bignum b : {seven, three, six, one, mod, zero, big, wide, cut}) RSA_freebn(b);
 }
 
