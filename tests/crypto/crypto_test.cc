@@ -23,51 +23,41 @@ std::string digest(const EVP_MD *md, const void *p, size_t n) {
   EVP_Digest(p, n, d, nullptr, md, nullptr);
   return hex(d, static_cast<size_t>(EVP_MD_get_size(md)));
 }
-const Bytes g_data = [] {
-  Bytes b(300);
-  for (size_t i = 0; i < 300; ++i) b[i] = static_cast<uint8_t>(i * 151);
-  return b;
-}();
-const uint8_t *in = g_data.data(), kKey[8] = {0x13, 0x34, 0x57, 0x79, 0x9B, 0xBC, 0xDF, 0xF1},
-              kIv[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+DES_cblock g_key = {0x13, 0x34, 0x57, 0x79, 0x9B, 0xBC, 0xDF, 0xF1}, g_iv = {1, 2, 3, 4, 5, 6, 7, 8};  // never written
 // libcrypto's DES of len bytes in whole blocks (a short one zero-padded when encrypting, read whole but
-// written up to len when decrypting), then 0xEE up to size: ECB, or PCBC from iv.
-Bytes des(const uint8_t *key, const uint8_t *in, int len, int enc, size_t size, const uint8_t *iv = nullptr) {
+// written up to len when decrypting), then 0xEE up to size: ECB, or PCBC from g_iv; the key is g_key.
+Bytes des(const uint8_t *in, int len, int enc, size_t size, bool pcbc = false) {
   DES_key_schedule ks;
-  DES_cblock k, ivec;
-  memcpy(k, key, 8);
-  memcpy(ivec, iv ? iv : key, 8);
-  DES_set_key_unchecked(&k, &ks);
+  DES_set_key_unchecked(&g_key, &ks);
   Bytes out((static_cast<size_t>(len) + 7) / 8 * 8, 0xEE), padded(in, in + (enc ? len : out.size()));
   padded.resize(out.size());
-  if (iv) DES_pcbc_encrypt(padded.data(), out.data(), len, &ks, &ivec, enc);
-  for (size_t i = 0; !iv && i < out.size(); i += 8)
+  if (pcbc) DES_pcbc_encrypt(padded.data(), out.data(), len, &ks, &g_iv, enc);
+  for (size_t i = 0; !pcbc && i < out.size(); i += 8)
     DES_ecb_encrypt(reinterpret_cast<DES_cblock *>(&padded[i]), reinterpret_cast<DES_cblock *>(&out[i]), &ks, enc);
   out.resize(enc ? out.size() : static_cast<size_t>(len));
   out.resize(size, 0xEE);
   return out;
 }
+const Bytes g_data = des(Bytes(304).data(), 304, 1, 304, true);  // 304 bytes that look random
+const uint8_t *in = g_data.data();
 
 // Every length from 0 to 300 at once and in updates of varying sizes, on a context that held garbage;
 // md5_verify_digest with NULL; HMAC-MD5 with keys around the block size (0 or below: empty, never read);
 // SHA-512 in pieces (a negative length adds nothing).
 TEST(CryptoMd5, DigestsAndHmac) {
-  uint8_t d[16], ref[16], empty[16], sha[64];
+  uint8_t d[16], ref[16], sha[64];
   for (uint32_t n = 0; n <= 300; ++n) {
     kx_MD5_CTX ctx;
     memset(&ctx, 0xA5, sizeof ctx);
     kx_MD5_Init(&ctx);
-    for (uint32_t from = 0, to = 0; from < n; from = to) {
-      to = std::min(n, from + 1 + (n * 7 + from) % 67);
-      kx_MD5_Update(&ctx, in + from, to - from);
-    }
+    const auto step = [n](uint32_t from) { return std::min(n - from, 1 + (n * 7 + from) % 67); };
+    for (uint32_t from = 0; from < n; from += step(from)) kx_MD5_Update(&ctx, in + from, step(from));
     kx_MD5_Update(&ctx, nullptr, 5);  // NULL adds nothing
     kx_MD5_Final(d, &ctx);
     md5_make_digest(ref, in, n);
     for (const uint8_t *x : {d, ctx.digest, ref}) ASSERT_EQ(hex(x, 16), digest(EVP_md5(), in, n)) << n;
   }
-  md5_make_digest(empty, nullptr, 0);
-  for (const uint8_t *expected : {static_cast<uint8_t *>(nullptr), empty})
+  for (const uint8_t *expected : {static_cast<const uint8_t *>(nullptr), in})
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_verify_digest(expected, expected ? nullptr : "", 0), 0); }),
               "invalid input params\r\n");
   for (int klen : {-3, 0, 1, 16, 63, 64, 65, 200}) {
@@ -97,19 +87,18 @@ TEST(CryptoSeal, BuffersAndFiles) {
   enum { kIn, kNul, kS16, kS10, kQuiet = 0, kSmall, kBad };
   const uint8_t *kIns[] = {in, nullptr, s16, s10};
   const std::string kLines[] = {"", "output buf too small.\r\n", "invalid input params\r\n"};
-  const int kMax = 0x7FFFFFFF,
-            kRows[][6] = {{kIn, 16, 39, 1, -1, kSmall},  {kIn, 16, 40, 1, 32, kQuiet},   {kIn, 10, 40, 1, 32, kQuiet},
-                          {kIn, 0, 24, 1, 16, kQuiet},   {kIn, 16, kMax, 1, 32, kQuiet}, {kIn, 16, -16, 1, -1, kSmall},
-                          {kIn, -1, 64, 1, -1, kBad},    {kNul, 16, 64, 1, -1, kBad},    {kS16, 32, 23, 0, -1, kSmall},
-                          {kS16, 32, 24, 0, 16, kQuiet}, {kS16, 32, -16, 0, -1, kSmall}, {kS16, 15, 64, 0, -1, kBad},
-                          {kS10, 32, 64, 0, -1, kQuiet}};
+  const int kRows[][6] = {
+      {kIn, 16, 39, 1, -1, kSmall},  {kIn, 16, 40, 1, 32, kQuiet},        {kIn, 10, 40, 1, 32, kQuiet},
+      {kIn, 0, 24, 1, 16, kQuiet},   {kIn, 16, INT32_MAX, 1, 32, kQuiet}, {kIn, 16, -16, 1, -1, kSmall},
+      {kIn, -1, 64, 1, -1, kBad},    {kNul, 16, 64, 1, -1, kBad},         {kS16, 32, 23, 0, -1, kSmall},
+      {kS16, 32, 24, 0, 16, kQuiet}, {kS16, 32, -16, 0, -1, kSmall},      {kS16, 15, 64, 0, -1, kBad},
+      {kS10, 32, 64, 0, -1, kQuiet}};
   for (const auto &[input, len, cap, seal, rc, printed] : kRows) {
     const uint8_t *p = kIns[input];
-    const std::string &line = kLines[printed];
     memset(out, 0xEE, sizeof out);
     const auto call = [&] { EXPECT_EQ(md5_des(p, len, out, static_cast<uint32_t>(cap), md5_getDesKey(), seal), rc); };
-    EXPECT_EQ(stdout_of(call), line) << len << " " << cap;
-    const std::string want = rc < 0 ? line.empty() ? "" : "ee" : seal ? digest(EVP_md5(), p, len) : hex(in, 16);
+    EXPECT_EQ(stdout_of(call), kLines[printed]) << len << " " << cap;
+    const std::string want = rc < 0 ? printed ? "ee" : "" : seal ? digest(EVP_md5(), p, len) : hex(in, 16);
     EXPECT_EQ(hex(out, want.size() / 2), want) << len << " " << cap;
   }
   FirmwareRoot root;
@@ -122,14 +111,13 @@ TEST(CryptoSeal, BuffersAndFiles) {
       {"/e", "/e.s", 0, 0, 16},        {"/e.s", "/e.p", -1, 0, 0},     {"/missing", "/x.s", -1, 3, 0},
       {"/e", "/no/x.s", -1, 4, 0}};
   for (const auto &[from, to, size, printed, written] : kFiles) {
-    const int rc = printed ? -1 : 0;
     const int seal = std::string(to).ends_with(".s");
     if (size >= 0) root.write(from, std::string(static_cast<size_t>(size), 'p'));
-    std::string out;
-    const std::string err = stderr_of([&] { out = stdout_of([&] { EXPECT_EQ(file_md5_des(from, to, seal), rc); }); });
+    std::string out,
+        err = stderr_of([&] { out = stdout_of([&] { EXPECT_EQ(file_md5_des(from, to, seal), printed ? -1 : 0); }); });
     EXPECT_EQ(out + err, kPrinted[printed]) << from;
     EXPECT_EQ(root.read(to).size(), written) << from;
-    EXPECT_TRUE(seal || rc || root.read(to) == root.read(std::string(from, 2))) << from;
+    EXPECT_TRUE(seal || printed || root.read(to) == root.read(std::string(from, 2))) << from;
   }
 }
 
@@ -143,28 +131,28 @@ TEST(CryptoDes, EcbAndPcbc) {
   uint8_t out[48];
   for (const auto &[len, cap, enc, rc] : kRows) {
     memset(out, 0xEE, sizeof out);
-    EXPECT_EQ(des_min_do(in, len, out, cap, kKey, enc), rc) << len << " " << cap;
-    EXPECT_EQ(Bytes(out, out + 48), des(kKey, in, rc ? len : 0, enc, 48)) << len << " " << cap;
+    EXPECT_EQ(des_min_do(in, len, out, cap, g_key, enc), rc) << len << " " << cap;
+    EXPECT_EQ(Bytes(out, out + 48), des(in, rc ? len : 0, enc, 48)) << len << " " << cap;
   }
   for (int len : {40, 16, 12, 9, -8, 0}) {
     const int done = len % 8 || len < 0 ? 0 : len;
-    Bytes buf(in, in + 48), want = des(kKey, in, done, len == 40, static_cast<size_t>(done));
+    Bytes buf(in, in + 48), want = des(in, done, len == 40, static_cast<size_t>(done));
     want.insert(want.end(), in + done, in + 48);
-    EXPECT_EQ(des_min_do_ex(buf.data(), len, kKey, len == 40), done);
+    EXPECT_EQ(des_min_do_ex(buf.data(), len, g_key, len == 40), done);
     EXPECT_EQ(buf, want) << len;
   }
   for (int len : {32, 13, 0}) {
     Bytes c(32, 0xEE), p(32, 0xEE);
-    EXPECT_EQ(des_min_do_pcbc(in, c.data(), len, kKey, kIv, 1), 1);
-    EXPECT_EQ(c, des(kKey, in, len, 1, 32, kIv)) << len;
+    EXPECT_EQ(des_min_do_pcbc(in, c.data(), len, g_key, g_iv, 1), 1);
+    EXPECT_EQ(c, des(in, len, 1, 32, true)) << len;
     c[static_cast<size_t>(len) / 3] ^= 1;
-    EXPECT_EQ(des_min_do_pcbc(c.data(), p.data(), len, kKey, kIv, 0), 1);
-    EXPECT_EQ(p, des(kKey, c.data(), len, 0, 32, kIv)) << len;
+    EXPECT_EQ(des_min_do_pcbc(c.data(), p.data(), len, g_key, g_iv, 0), 1);
+    EXPECT_EQ(p, des(c.data(), len, 0, 32, true)) << len;
   }
-  EXPECT_EQ(des_min_do(nullptr, 8, out, 16, kKey, 1) + des_min_do(in, 8, nullptr, 16, kKey, 1) +
-                des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, kKey, 1) +
-                des_min_do_pcbc(nullptr, out, 8, kKey, kIv, 1) + des_min_do_pcbc(in, nullptr, 8, kKey, kIv, 1) +
-                des_min_do_pcbc(in, out, 8, nullptr, kIv, 1) + des_min_do_pcbc(in, out, 8, kKey, nullptr, 1),
+  EXPECT_EQ(des_min_do(nullptr, 8, out, 16, g_key, 1) + des_min_do(in, 8, nullptr, 16, g_key, 1) +
+                des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, g_key, 1) +
+                des_min_do_pcbc(nullptr, out, 8, g_key, g_iv, 1) + des_min_do_pcbc(in, nullptr, 8, g_key, g_iv, 1) +
+                des_min_do_pcbc(in, out, 8, nullptr, g_iv, 1) + des_min_do_pcbc(in, out, 8, g_key, nullptr, 1),
             0);
 }
 
@@ -174,8 +162,7 @@ TEST(CryptoDes, EcbAndPcbc) {
 struct Key {
   explicit Key(int bits, bool even = false) : even(even) {
     EVP_PKEY *pkey = EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", static_cast<size_t>(bits));
-    EVP_PKEY_get_bn_param(pkey, "n", &n);
-    EVP_PKEY_get_bn_param(pkey, "d", &d);
+    for (auto [name, bn] : {std::pair{"n", &n}, {"d", &d}}) EVP_PKEY_get_bn_param(pkey, name, bn);
     EVP_PKEY_free(pkey);
     BN_lshift(modulus, n, even);
     k = BN_num_bytes(modulus);
@@ -183,36 +170,28 @@ struct Key {
     blob.resize(20 + static_cast<size_t>(k));
     BN_bn2lebinpad(modulus, &blob[20], k);
   }
-  ~Key() {
-    for (BIGNUM *b : {n, d, modulus}) BN_free(b);
-  }
   Bytes sign(int changed = -1) const {
     const char kInfo[] = "\x00\x30\x21\x30\x09\x06\x05\x2b\x0e\x03\x02\x1a\x05\x00\x04\x14";
-    Bytes em(static_cast<size_t>(k), 0xFF), sig(em.size());
+    Bytes em(static_cast<size_t>(k) - 2, 0xFF), sig(em.size() + 2);
     EVP_Digest("fw", 2, em.data(), nullptr, EVP_sha1(), nullptr);
     std::reverse(em.begin(), em.begin() + 20);
     std::reverse_copy(kInfo, kInfo + 16, em.begin() + 20);
-    em[em.size() - 1] = 0;
-    em[em.size() - 2] = 1;
+    em.insert(em.end(), {1, 0});
     if (changed >= 0) em[static_cast<size_t>(changed)] ^= 1;
-    BN_CTX *ctx = BN_CTX_new();
-    BIGNUM *m = BN_lebin2bn(em.data(), k, nullptr), *s = BN_new();
+    BN_CTX_start(ctx);
+    BIGNUM *m = BN_lebin2bn(em.data(), k, BN_CTX_get(ctx)), *s = BN_CTX_get(ctx);
     BN_mod_exp(s, m, d, n, ctx);
     if (even && BN_is_odd(s) != BN_is_odd(m)) BN_add(s, s, n);  // the root mod 2n
     BN_bn2lebinpad(s, sig.data(), k);
-    BN_free(m);
-    BN_free(s);
-    BN_CTX_free(ctx);
+    BN_CTX_end(ctx);
     return sig;
   }
   BIGNUM *n = nullptr, *d = nullptr, *modulus = BN_new();
+  BN_CTX *ctx = BN_CTX_new();
   int k = 0, even;
   Bytes blob;
 };
-const Key &key(int i) {
-  static const Key keys[] = {Key(1024), Key(1024), Key(1024, true)};
-  return keys[i];
-}
+const Key kKeys[] = {Key(1024), Key(1024), Key(1024, true)};  // live as long as the program
 
 // rsaVerifySign: rows of (signing key, blob, message byte changed (-j: k - j), signature or data form)
 // with the answer, in order: the key verified just before never decides the next answer; key 2 is
@@ -221,6 +200,7 @@ const Key &key(int i) {
 TEST(CryptoRsa, Verify) {
   enum Form { kLe, kBe, kFlip, kNull, kOther, kNoData, k256 = 256, k257 };
   enum { kAsIs = -1000, kMagic = 3, kZeroN, kNil };
+  const auto *kFw = reinterpret_cast<const uint8_t *>("fw!");  // "fw" but for kOther
   const std::tuple<int, int, int, Form, int> kRows[] = {
       {0, 0, kAsIs, kLe, 1},      {0, 0, kAsIs, kOther, 0},   {0, 0, kAsIs, kFlip, 0},  {0, 0, kAsIs, kBe, 0},
       {0, 0, -1, kLe, 0},         {0, 0, -2, kLe, 0},         {0, 0, -3, kLe, 0},       {0, 0, 36, kLe, 0},
@@ -230,32 +210,26 @@ TEST(CryptoRsa, Verify) {
       {0, kMagic, kAsIs, kLe, 0}, {0, kZeroN, kAsIs, kLe, 0}, {0, kNil, kAsIs, kLe, 0}, {0, 0, kAsIs, kNoData, 0},
       {0, 0, kAsIs, kNull, 0}};
   for (const auto &[signer, b, changed, form, rc] : kRows) {
-    Bytes blob = key(b % 3).blob, sig = key(signer).sign(changed < 0 ? key(signer).k + changed : changed);
+    Bytes blob = kKeys[b % 3].blob, sig = kKeys[signer].sign(changed < 0 ? kKeys[signer].k + changed : changed);
     if (form == kBe) std::reverse(sig.begin(), sig.end());
     if (form == kFlip) sig[5] ^= 1;
     if (form >= k256) sig.resize(form);
     if (b == kMagic || b == kZeroN) std::fill(blob.begin() + (b == kMagic ? 11 : 20), blob.end(), 0);
-    const char *data = form == kNoData ? nullptr : form == kOther ? "fw!" : "fw";
-    EXPECT_EQ(rsaVerifySign(b == kNil ? nullptr : blob.data(), 0, reinterpret_cast<const uint8_t *>(data),
-                            data ? strlen(data) : 0, form == kNull ? nullptr : sig.data(), sig.size()),
-              rc)
-        << signer << b << changed << form;
+    const int got = rsaVerifySign(b == kNil ? nullptr : blob.data(), 0, form == kNoData ? nullptr : kFw,
+                                  2 + (form == kOther), form == kNull ? nullptr : sig.data(), sig.size());
+    EXPECT_EQ(got, rc) << signer << " " << b << " " << changed << " " << form;
   }
-  const Bytes sig = key(0).sign();
+  const Bytes sig = kKeys[0].sign();
   char text[400];
-  const std::string high(text, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(text), key(0).blob.data(),
-                                               static_cast<int>(key(0).blob.size())));
-  std::string bad = high;
-  bad[10] = '\xC3';
+  const std::string high(text, EVP_EncodeBlock(reinterpret_cast<uint8_t *>(text), kKeys[0].blob.data(),
+                                               static_cast<int>(kKeys[0].blob.size()))),
+      bad = high.substr(0, 10) + '\xC3' + high.substr(11);
   const size_t n = high.size();
   const std::tuple<std::string, size_t, int> kBase64[] = {
-      {text, n, 1}, {"+ " + high, n, 1}, {bad, n, 0},   {std::string(257, 'A'), 257, 0},
+      {high, n, 1}, {"+ " + high, n, 1}, {bad, n, 0},   {std::string(257, 'A'), 257, 0},
       {"", 0, 0},   {"+ ", 2, 0},        {"QUJD", 3, 0}};
   for (const auto &[t, len, rc] : kBase64)
-    EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(t.c_str(), len, reinterpret_cast<const uint8_t *>("fw"), 2,
-                                                       sig.data(), sig.size()),
-              rc)
-        << t;
+    EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(t.c_str(), len, kFw, 2, sig.data(), sig.size()), rc) << t;
 }
 
 // Big numbers as "limbs:the limbs in hex, most significant first/bits" (or "null"), each released: a
