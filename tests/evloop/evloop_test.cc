@@ -23,15 +23,13 @@ TEST(EvloopEvents, AddAndDelete) {
                                 "[Error]evloop_fd_del():  366 @ pEvent is NULL or fd(-1) < 0\n",
                                 "[Error]unRegisterEvent():  125 @ Cannot unregister event 3, not found.\n",
                                 "[Error]registerEvent():   98 @ Cannot register event 120, reach the max events.\n"};
-  std::vector<std::array<int, 7>> rows = {
+  std::vector<std::array<int, 7>> ops = {
       {'+', 5, R, 0, 5, 1, 0},   {'+', 9, R | W, 0, 9, 1, 0}, {'-', 9, W, 0, -1, 0, 0}, {'-', 9, R, 0, -1, 0, 0},
       {'+', 9, R, 0, 9, 1, 0},   {'-', 9, R | W, 0, 5, 0, 0}, {'-', 5, R, 0, -1, 0, 0}, {'+', -1, R, -1, -1, 0, 1},
       {'+', N, R, -1, -1, 0, 1}, {'-', -1, R, -1, -1, 0, 2},  {'-', 3, R, 0, -1, 0, 3}};
-  for (int i = 0; i < 21; ++i)
-    rows.push_back({'+', 100 + i, R, -(i > 19), 100 + std::min(i, 19), i < 20, 4 * (i > 19)});
+  for (int i = 0; i < 21; ++i) ops.push_back({'+', 100 + i, R, -(i > 19), 100 + std::min(i, 19), i < 20, 4 * (i > 19)});
   std::map<int, evloop_event_t> evs = {{3, {3, 1, nullptr, nullptr}}};
-  evloop_init();
-  for (const auto &[op, fd, flags, rc, highest, registered, line] : rows) {
+  for (evloop_init(); const auto &[op, fd, flags, rc, highest, registered, line] : ops) {
     evloop_event_t *ev = fd < 0 ? nullptr : &evs.try_emplace(fd, evloop_event_t{fd, 0, nullptr, nullptr}).first->second;
     const auto call = [&] { EXPECT_EQ(op == '+' ? evloop_fd_add(ev, flags) : evloop_fd_del(ev, flags), rc); };
     EXPECT_EQ(stdout_of(call), kLines[line]) << op << fd;
@@ -50,6 +48,10 @@ TEST(EvloopTimers, OrderAndCancel) {
       {'d', -1, 0, 0, ""},      {'s', 0, 1500, 0, "T"},  {'s', 1, 500, 0, "aT"}, {'s', 2, 100, 0, "baT"},
       {'s', 3, 100, 0, "bcaT"}, {'c', 3, 0, 0, "baT"},   {'c', 3, 0, -1, "baT"}, {'s', 2, 1000, 0, "abT"},
       {'s', -1, 5, -1, "abT"},  {'c', -1, 0, -1, "abT"}, {'d', -1, 0, 0, ""}};
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  evloop_timeout_set(t, 2750);
+  EXPECT_NEAR(t->sec * 1e6 + t->usec - 2750000, now.tv_sec * 1e6 + now.tv_nsec / 1e3, 20000);  // within 20 ms
   for (const auto &[op, timer, ms, rc, want] : kRows) {
     evloop_timer_t *x = timer < 0 ? nullptr : &t[timer];
     if (op == 'd') evloop_done();
@@ -59,11 +61,6 @@ TEST(EvloopTimers, OrderAndCancel) {
       pending += "Tabc"[p - t];
     EXPECT_TRUE(pending == want && (!x || x->pending || !x->next)) << pending << " after " << op << timer;
   }
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  evloop_timeout_set(t, 2750);
-  EXPECT_NEAR(t->sec * 1e6 + t->usec - 2750000, now.tv_sec * 1e6 + now.tv_nsec / 1e3, 20000);  // within 20 ms
-  evloop_done();
   timeval tv;
   msToTimeval(2750, &tv);
   EXPECT_EQ(tv.tv_sec * 1000000 + tv.tv_usec, 2750000);
@@ -75,14 +72,13 @@ TEST(EvloopTimers, OrderAndCancel) {
 // event on a descriptor that is not open) is reported and dispatches nothing, but stops nothing.
 // Descriptors go by number, only to the first event of a descriptor and only when ready.
 int g_rearms;
-evloop_timer_t g_timers[5];  // 'L' (ends), '1', '2', 'X' (cancelled), and 'r'/'R'
+evloop_timer_t g_t[5];  // 'L' (ends), '1', '2', 'X' (cancelled), and one that sets itself again
 void note(char c) {
   fputc(c, stderr);
   if (c == 'L' || c == 'H') _exit(0);
 }
-void fire(evloop_timer_t *t) {
-  note(t != &g_timers[4] ? "L12X"[t - g_timers] : ++g_rearms < 3 && !evloop_timeout_set(t, 5) ? 'r' : 'R');
-}
+void fire(evloop_timer_t *t) { note("L12X"[t - g_t]); }
+void again(evloop_timer_t *t) { note(++g_rearms < 3 && !evloop_timeout_set(t, 5) ? 'r' : 'R'); }
 void never(evloop_event_t *, uint32_t, uint32_t) { note('!'); }
 void on_p1(evloop_event_t *, uint32_t f, uint32_t) { note(f == R ? 'l' : '?'); }
 void on_w(evloop_event_t *ev, uint32_t f, uint32_t) { note(f == W && !evloop_fd_del(ev, W) ? 'w' : '?'); }
@@ -94,12 +90,11 @@ void run(void (*scenario)()) {
   evloop_run();
 }
 void timers() {
-  const int kMs[] = {150, 10, 10, 20, 30};
   static evloop_event_t closed = {dup(2), 0, nullptr, never};
   close(closed.fd);  // no longer open
-  for (int i = 0; i < 5; ++i) g_timers[i].callback = fire;
-  for (int i = 0; i < 5; ++i) evloop_timeout_set(&g_timers[i], kMs[i]);
-  evloop_timeout_cancel(&g_timers[3]);
+  for (int i = 0; i < 5; ++i) g_t[i].callback = i < 4 ? fire : again;
+  for (int i = 0; i < 5; ++i) evloop_timeout_set(&g_t[i], std::array{150, 10, 10, 20, 30}[i]);
+  evloop_timeout_cancel(&g_t[3]);
   evloop_fd_add(&closed, R);
 }
 void descriptors() {
