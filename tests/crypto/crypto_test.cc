@@ -11,6 +11,12 @@
 
 #include "support/model_tree.h"
 
+// While g_fail > 0, malloc and calloc fail, each failure counting it down.
+int g_fail;
+extern "C" void *__libc_malloc(size_t), *__libc_calloc(size_t, size_t);
+extern "C" void *malloc(size_t n) noexcept { return g_fail && g_fail-- ? nullptr : __libc_malloc(n); }
+extern "C" void *calloc(size_t n, size_t s) noexcept { return g_fail && g_fail-- ? nullptr : __libc_calloc(n, s); }
+
 namespace aputil::test {
 namespace {
 
@@ -57,9 +63,8 @@ TEST(CryptoMd5, DigestsAndHmac) {
     md5_make_digest(ref, in, n);
     for (const uint8_t *x : {d, ctx.digest, ref}) ASSERT_EQ(hex(x, 16), digest(EVP_md5(), in, n)) << n;
   }
-  for (const uint8_t *expected : {static_cast<const uint8_t *>(nullptr), in})
-    EXPECT_EQ(stdout_of([&] { EXPECT_EQ(md5_verify_digest(expected, expected ? nullptr : "", 0), 0); }),
-              "invalid input params\r\n");
+  EXPECT_EQ(stdout_of([] { EXPECT_EQ(md5_verify_digest(nullptr, "", 0) + md5_verify_digest(in, nullptr, 0), 0); }),
+            "invalid input params\r\ninvalid input params\r\n");
   for (int klen : {-3, 0, 1, 16, 63, 64, 65, 200}) {
     const std::string key(static_cast<size_t>(std::max(klen, 0)), 'k');
     hmac_md5("payload", 7, klen > 0 ? key.data() : nullptr, klen, d);
@@ -77,24 +82,22 @@ TEST(CryptoMd5, DigestsAndHmac) {
 // written: the digest (its ECB after it is left to the round trip), the plain data, or none ("ee").
 // The capacity tests are signed 32-bit ones; s10, sealed from 10 bytes, never unseals (the digest
 // covers 10 bytes, unsealing checks all 16). Then file_md5_des on a firmware tree: rows of (input,
-// output (.s seals, .p unseals), size written first) with the line printed (none: success, else -1)
+// output, direction, size written first) with the line printed (none: success, else -1)
 // and the output's size.
 TEST(CryptoSeal, BuffersAndFiles) {
   EXPECT_EQ(hex(md5_getImageKey(), 16) + hex(md5_getConfigKey(), 16) + hex(md5_getDesKey(), 8),
             "3c91e0a47b2d58f61e0c9a3b72d4856f9d14b7e25a0c63f8d1e7402b6fa93c159d14b7e25a0c63f8");
   uint8_t s16[32], s10[32], out[64];
   ASSERT_EQ(md5_des(in, 16, s16, 40, md5_getDesKey(), 1) + md5_des(in, 10, s10, 40, md5_getDesKey(), 1), 64);
-  enum { kIn, kNul, kS16, kS10, kQuiet = 0, kSmall, kBad };
-  const uint8_t *kIns[] = {in, nullptr, s16, s10};
+  enum { kQuiet, kSmall, kBad };
   const std::string kLines[] = {"", "output buf too small.\r\n", "invalid input params\r\n"};
-  const int kRows[][6] = {
-      {kIn, 16, 39, 1, -1, kSmall},  {kIn, 16, 40, 1, 32, kQuiet},        {kIn, 10, 40, 1, 32, kQuiet},
-      {kIn, 0, 24, 1, 16, kQuiet},   {kIn, 16, INT32_MAX, 1, 32, kQuiet}, {kIn, 16, -16, 1, -1, kSmall},
-      {kIn, -1, 64, 1, -1, kBad},    {kNul, 16, 64, 1, -1, kBad},         {kS16, 32, 23, 0, -1, kSmall},
-      {kS16, 32, 24, 0, 16, kQuiet}, {kS16, 32, -16, 0, -1, kSmall},      {kS16, 15, 64, 0, -1, kBad},
-      {kS10, 32, 64, 0, -1, kQuiet}};
-  for (const auto &[input, len, cap, seal, rc, printed] : kRows) {
-    const uint8_t *p = kIns[input];
+  const std::tuple<const uint8_t *, int, int, int, int, int> kRows[] = {
+      {in, 16, 39, 1, -1, kSmall},  {in, 16, 40, 1, 32, kQuiet},        {in, 10, 40, 1, 32, kQuiet},
+      {in, 0, 24, 1, 16, kQuiet},   {in, 16, INT32_MAX, 1, 32, kQuiet}, {in, 16, -16, 1, -1, kSmall},
+      {in, -1, 64, 1, -1, kBad},    {nullptr, 16, 64, 1, -1, kBad},     {s16, 32, 23, 0, -1, kSmall},
+      {s16, 32, 24, 0, 16, kQuiet}, {s16, 32, -16, 0, -1, kSmall},      {s16, 15, 64, 0, -1, kBad},
+      {s10, 32, 64, 0, -1, kQuiet}};
+  for (const auto &[p, len, cap, seal, rc, printed] : kRows) {
     memset(out, 0xEE, sizeof out);
     const auto call = [&] { EXPECT_EQ(md5_des(p, len, out, static_cast<uint32_t>(cap), md5_getDesKey(), seal), rc); };
     EXPECT_EQ(stdout_of(call), kLines[printed]) << len << " " << cap;
@@ -102,16 +105,15 @@ TEST(CryptoSeal, BuffersAndFiles) {
     EXPECT_EQ(hex(out, want.size() / 2), want) << len << " " << cap;
   }
   FirmwareRoot root;
-  const std::string kNo = ": No such file or directory\n",
-                    kPrinted[] = {"", "file too large!\n ", "invalid len\r\n", "open input file" + kNo,
-                                  "open output file" + kNo};
-  const std::tuple<const char *, const char *, int, int, size_t> kFiles[] = {
-      {"/a", "/a.s", 16360, 0, 16376}, {"/a.s", "/a.p", -1, 0, 16360}, {"/b", "/b.s", 16382, 0, 16400},
-      {"/c", "/c.s", 16383, 1, 0},     {"/d", "/d.s", 10, 0, 32},      {"/d.s", "/d.p", -1, 2, 0},
-      {"/e", "/e.s", 0, 0, 16},        {"/e.s", "/e.p", -1, 0, 0},     {"/missing", "/x.s", -1, 3, 0},
-      {"/e", "/no/x.s", -1, 4, 0}};
-  for (const auto &[from, to, size, printed, written] : kFiles) {
-    const int seal = std::string(to).ends_with(".s");
+  const std::string kPrinted[] = {"", "file too large!\n ", "invalid len\r\n",
+                                  "open input file: No such file or directory\n",
+                                  "open output file: No such file or directory\n"};
+  const std::tuple<const char *, const char *, int, int, int, size_t> kFiles[] = {
+      {"/a", "/a.s", 1, 16360, 0, 16376}, {"/a.s", "/a.p", 0, -1, 0, 16360}, {"/b", "/b.s", 1, 16382, 0, 16400},
+      {"/c", "/c.s", 1, 16383, 1, 0},     {"/d", "/d.s", 1, 10, 0, 32},      {"/d.s", "/d.p", 0, -1, 2, 0},
+      {"/e", "/e.s", 1, 0, 0, 16},        {"/e.s", "/e.p", 0, -1, 0, 0},     {"/missing", "/x", 1, -1, 3, 0},
+      {"/e", "/no/x", 1, -1, 4, 0}};
+  for (const auto &[from, to, seal, size, printed, written] : kFiles) {
     if (size >= 0) root.write(from, std::string(static_cast<size_t>(size), 'p'));
     std::string out,
         err = stderr_of([&] { out = stdout_of([&] { EXPECT_EQ(file_md5_des(from, to, seal), printed ? -1 : 0); }); });
@@ -149,11 +151,10 @@ TEST(CryptoDes, EcbAndPcbc) {
     EXPECT_EQ(des_min_do_pcbc(c.data(), p.data(), len, g_key, g_iv, 0), 1);
     EXPECT_EQ(p, des(c.data(), len, 0, 32, true)) << len;
   }
-  EXPECT_EQ(des_min_do(nullptr, 8, out, 16, g_key, 1) + des_min_do(in, 8, nullptr, 16, g_key, 1) +
-                des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, g_key, 1) +
-                des_min_do_pcbc(nullptr, out, 8, g_key, g_iv, 1) + des_min_do_pcbc(in, nullptr, 8, g_key, g_iv, 1) +
-                des_min_do_pcbc(in, out, 8, nullptr, g_iv, 1) + des_min_do_pcbc(in, out, 8, g_key, nullptr, 1),
-            0);
+  EXPECT_EQ(0, des_min_do(nullptr, 8, out, 16, g_key, 1) + des_min_do(in, 8, nullptr, 16, g_key, 1) +
+                   des_min_do(in, 8, out, 16, nullptr, 1) + des_min_do_ex(nullptr, 8, g_key, 1) +
+                   des_min_do_pcbc(nullptr, out, 8, g_key, g_iv, 1) + des_min_do_pcbc(in, nullptr, 8, g_key, g_iv, 1) +
+                   des_min_do_pcbc(in, out, 8, nullptr, g_iv, 1) + des_min_do_pcbc(in, out, 8, g_key, nullptr, 1));
 }
 
 // An RSA key of libcrypto's (its modulus doubled when even), its public-key blob, and signatures:
@@ -178,15 +179,13 @@ struct Key {
     std::reverse_copy(kInfo, kInfo + 16, em.begin() + 20);
     em.insert(em.end(), {1, 0});
     if (changed >= 0) em[static_cast<size_t>(changed)] ^= 1;
-    BN_CTX_start(ctx);
-    BIGNUM *m = BN_lebin2bn(em.data(), k, BN_CTX_get(ctx)), *s = BN_CTX_get(ctx);
+    BN_lebin2bn(em.data(), k, m);
     BN_mod_exp(s, m, d, n, ctx);
     if (even && BN_is_odd(s) != BN_is_odd(m)) BN_add(s, s, n);  // the root mod 2n
     BN_bn2lebinpad(s, sig.data(), k);
-    BN_CTX_end(ctx);
     return sig;
   }
-  BIGNUM *n = nullptr, *d = nullptr, *modulus = BN_new();
+  BIGNUM *n = nullptr, *d = nullptr, *modulus = BN_new(), *m = BN_new(), *s = BN_new();  // m, s: scratch
   BN_CTX *ctx = BN_CTX_new();
   int k = 0, even;
   Bytes blob;
@@ -228,6 +227,9 @@ TEST(CryptoRsa, Verify) {
   const std::tuple<std::string, size_t, int> kBase64[] = {
       {high, n, 1}, {"+ " + high, n, 1}, {bad, n, 0},   {std::string(257, 'A'), 257, 0},
       {"", 0, 0},   {"+ ", 2, 0},        {"QUJD", 3, 0}};
+  g_fail = 2;  // the work buffer of each: both give up
+  EXPECT_EQ(rsaVerifySign(kKeys[0].blob.data(), 0, kFw, 2, sig.data(), sig.size()), 0);
+  EXPECT_EQ(file_md5_des("/dev/null", "/x", 1), -1);
   for (const auto &[t, len, rc] : kBase64)
     EXPECT_EQ(rsaVerifySignByBase64EncodePublicKeyBlob(t.c_str(), len, kFw, 2, sig.data(), sig.size()), rc) << t;
 }
