@@ -92,12 +92,6 @@ std::string valid(const Args &a) {
   radio_chan_rec_t rec{0, 0, uint32_t(flags[1]), uint32_t(flags[2]), 0};
   return text(radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr : &rec));
 }
-std::string block(const Args &a) {  // radio, n, then the supported frequencies
-  radio_block_list_t l;
-  std::memset(&l, 0x5A, sizeof l);
-  const uint32_t rc = radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), &l);
-  return text(rc, l.count, l.freq);
-}
 
 // The calls by short name: the function's own name (as its messages show it)
 // and the call. CFG, REG: radio_config_f or radio_region_f itself; FX: an
@@ -153,34 +147,32 @@ const std::map<std::string, std::pair<std::string, Fn>> kFns = {
     FX("chanPower", region_getMaxPowerByChan, radio_region_getMaxPowerByChan(a[0], a[1], nullptr)),
     FX("range", region_getPowerRange,
        radio_region_getPowerRange(a[0], &g_lo, &g_hi) ? "err" : text(g_lo) + "-" + text(g_hi)),
-    FX("rangeNoMin", region_getPowerRange, radio_region_getPowerRange(a[0], nullptr, &g_hi)),
     fx("valid", "radio_region_checkChannelValid", valid),
     // Radio, count, width, then the frequencies.
     FX("nonDfs", region_checkIsSuppNonDfsChan,
        radio_region_checkIsSuppNonDfsChan(a[0], a[1], from<uint32_t>(a, 3, 67).data(), a[2])),
-    FX("nonDfsNull", region_checkIsSuppNonDfsChan, radio_region_checkIsSuppNonDfsChan(a[0], a[1], nullptr, a[2])),
     FX("chans", region_getChanList, radio_region_getChanList(a[0], &g_list)),
     FX("chansNull", region_getChanList, radio_region_getChanList(a[0], nullptr)),
-    fx("block", "radio_region_getBlockFreqList", block),
-    FX("blockNullSupp", region_getBlockFreqList, radio_region_getBlockFreqList(a[0], a[1], nullptr, &g_block)),
-    FX("blockNullOut", region_getBlockFreqList,
-       radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), nullptr))};
+    // Radio, count, then the supported frequencies.
+    FX("block", region_getBlockFreqList,
+       radio_region_getBlockFreqList(a[0], a[1], from<uint32_t>(a, 2).data(), &g_block)
+           ? "err"
+           : text(0, g_block.count, g_block.freq))};
 
-// The call "key(a,b)=answer" with the answer it gives; name: its function's.
-std::string run(const std::string &call, std::string *name = nullptr) {
-  std::string head = call.substr(0, call.find('=')), words = head, key;
-  for (char &c : words) c = (c == '(' || c == ')' || c == ',') ? ' ' : c;
-  std::istringstream in(words);
-  Args args;
-  for (in >> key; in >> words;) args.push_back(std::stoll(words, nullptr, 0));
-  const auto f = kFns.find(key);
-  if (name && f != kFns.end()) *name = f->second.first;
-  return head + "=" + (f == kFns.end() ? "(no such call)" : f->second.second(args));
-}
-std::string run_all(const std::string &calls) {  // blank-separated calls
-  std::istringstream in(calls);
-  std::string out, c;
-  while (in >> c) out += (out.empty() ? "" : " ") + run(c);
+// The calls "key(a,b)=answer ..." (blank-separated) with the answers they give; name: the last one's function's.
+std::string run(const std::string &calls, std::string *name = nullptr) {
+  std::istringstream all(calls);
+  std::string out, call;
+  while (all >> call) {
+    std::string head = call.substr(0, call.find('=')), words = head, key;
+    for (char &c : words) c = (c == '(' || c == ')' || c == ',') ? ' ' : c;
+    std::istringstream in(words);
+    Args args;
+    for (in >> key; in >> words;) args.push_back(std::stoll(words, nullptr, 0));
+    const auto f = kFns.find(key);
+    if (name && f != kFns.end()) *name = f->second.first;
+    out += (out.empty() ? "" : " ") + head + "=" + (f == kFns.end() ? "(no such call)" : f->second.second(args));
+  }
   return out;
 }
 // Each row "call" answers as given after prefix, "call@line" prints text at that line
@@ -280,7 +272,7 @@ TEST_F(RadioTest, ValuesRead) {
   for (const auto &r : rows) {
     config(r.json);
     std::string got, err;
-    stdout_of([&] { err = stderr_of([&] { got = run_all(r.want); }); });
+    stdout_of([&] { err = stderr_of([&] { got = run(r.want); }); });
     EXPECT_EQ(err + got, r.err + r.want) << r.json;
   }
 }
@@ -302,23 +294,22 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
         init, none);
   const std::string eirp = "(NULL != pData && (pData->type == cJSON_True || pData->type == cJSON_False))",
                     sta = "((l_radioCfgTbl.maxStaPerRadio > 0) && (l_radioCfgTbl.maxStaPerRadio <= MAX_STA_PER_RADIO))",
-                    two = radio(2) + ", " + radio(5), full = radio_config(),
+                    full = radio_config(),
                     long1025 = full.substr(0, full.size() - 1) + std::string(1025 - full.size(), ' ') + "}";
   const char *count = "(count == MAX_RADIO_NUM)", *number = "(NULL != pTmp && pTmp->type == cJSON_Number)";
   const std::string band0 = "band(0)=0@1455:init error or invalid radioID:0";
-  for (const auto &[json, err] : std::vector<std::pair<std::string, std::string>>{
-           {"", msg("l_radio_config_init", 451, "failed to read file\n")},
-           {"{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")},
-           {long1025, loader(461, "(NULL != pRadioCfg)")},
-           {radio_config(R"("EIRP": 1)"), loader(464, eirp)},
-           {radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)},
-           {radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)},
-           {"{\"EIRP\": false}", loader(482, count)},
-           {"{\"EIRP\": false, \"radioTable\": [" + two + ", " + radio(5) + "]}", loader(482, count)},
-           {radio_config("", radio(2), R"({"mimo": 2, "anttgain": 3, "mode": 31})"), loader(492, number)},
-           {radio_config("", radio(2), radio(5, R"("mimo": "2")")), loader(516, number)},
-           {radio_config("", radio(2), radio(5, R"("anttgain": null)")), loader(538, number)},
-           {radio_config("", radio(2), radio(5, R"("mode": true)")), loader(542, number)}}) {
+  using P = std::pair<std::string, std::string>;
+  for (const auto &[json, err] :
+       {P("", msg("l_radio_config_init", 451, "failed to read file\n")),
+        P("{\"EIRP\": tru", loader(461, "(NULL != pRadioCfg)")), P(long1025, loader(461, "(NULL != pRadioCfg)")),
+        P(radio_config(R"("EIRP": 1)"), loader(464, eirp)),
+        P(radio_config(R"("maxStaPerRadio": 513)"), loader(473, sta)),
+        P(radio_config(R"("maxStaPerRadio": 0)"), loader(473, sta)), P("{\"EIRP\": false}", loader(482, count)),
+        P(radio_config("", radio(2), radio(5) + ", " + radio(5)), loader(482, count)),
+        P(radio_config("", radio(2), R"({"mimo": 2, "anttgain": 3, "mode": 31})"), loader(492, number)),
+        P(radio_config("", radio(2), radio(5, R"("mimo": "2")")), loader(516, number)),
+        P(radio_config("", radio(2), radio(5, R"("anttgain": null)")), loader(538, number)),
+        P(radio_config("", radio(2), radio(5, R"("mode": true)")), loader(542, number))}) {
     config(json);
     check({band0, band0}, "", err);
   }
@@ -357,40 +348,38 @@ TEST_F(RadioTest, ReadingTheFiles) {
   std::string chans66 = "R:1";
   for (int i = 0; i < RADIO_REGION_MAX_CHAN; ++i) chans66 += " " + text(2412 + i) + ",1,0,1";
   const std::string name49 = std::string(46, 'N') + ":12", bad = fails("invalid file format");
-  const struct {
+  struct Row {
     std::string reg2;
     int code, rc;
     std::string err, tables = "";
     const char *reg5 = "EU:276\n";
     int band0 = 2, band1 = 5;
-  } rows[] = {
+  };
+  const Row rows[] = {
       // REG_DOMAIN5 lacks the region unless given
-      {"USA:840 2412,1,0,1\n", 840, -1,  // no REG_DOMAIN5 yet
-       kEnd + count(840, 1) + fails("failed to open file /etc/AP100_X_2.0/ath/REG_DOMAIN5", 202), "", nullptr},
-      {"OTHER:7 2422,10000,0,10\nUSA:840 2412,10080,0,20 2484,10080,1002,18\nX:9 2437,1,2,3\n", 840, 0,
-       kNext + count(840, 2) + count(840, 2),  // nothing after the last token: silent
-       "table(0)=840:2412/1/10080/0/20,2484/14/10080/1002/18 table(1)=840:5180/36/870100/0/23,5825/165/100/0/30",
-       "USA:840\n5180,870100,0,23\n5825,100,0,30"},
-      {"R:1 2412,0,0,1 2467,0,0,1 2484,0,0,1 3000,0,0,1 4920,0,0,1 4000,0,0,1 5180,0,0,1 5825,0,0,1 5000,0,0,1\n", 1, 0,
-       kEnd + count(1, 9) + count(1, 0),
-       "table(0)=1:2412/1/0/0/1,2467/12/0/0/1,2484/14/0/0/1,3000/39/0/0/1,"
-       "4920/184/0/0/1,4000/0/0/0/1,5180/36/0/0/1,5825/165/0/0/1,5000/0/0/0/1 table(1)=1:"},
-      {"USA:840 2412,1,0,1 empty 2417,1,0,1\n", 840, 0, kEmpty + count(840, 1) + count(840, 0)},
-      {"name-with-text:0840x 2412,1,0,1 B:2", 840, 0, kNext + count(840, 1) + count(840, 0)},
-      {"840 2412,1,0,1 USA:840", 840, 0, count(840, 0) + count(840, 0)},
-      {"USA:840 2412,1,0\n", 840, -1, bad},
+      Row("USA:840 2412,1,0,1\n", 840, -1,  // no REG_DOMAIN5 yet
+          kEnd + count(840, 1) + fails("failed to open file /etc/AP100_X_2.0/ath/REG_DOMAIN5", 202), "", nullptr),
+      Row("OTHER:7 2422,10000,0,10\nUSA:840 2412,10080,0,20 2484,10080,1002,18\nX:9 2437,1,2,3\n", 840, 0,
+          kNext + count(840, 2) + count(840, 2),  // nothing after the last token: silent
+          "table(0)=840:2412/1/10080/0/20,2484/14/10080/1002/18 table(1)=840:5180/36/870100/0/23,5825/165/100/0/30",
+          "USA:840\n5180,870100,0,23\n5825,100,0,30"),
+      Row("R:1 2412,0,0,1 2484,0,0,1 3000,0,0,1 4920,0,0,1 4000,0,0,1 5180,0,0,1 5000,0,0,1\n", 1, 0,
+          kEnd + count(1, 7) + count(1, 0),
+          "table(0)=1:2412/1/0/0/1,2484/14/0/0/1,3000/39/0/0/1,4920/184/0/0/1,4000/0/0/0/1,5180/36/0/0/1,5000/0/0/0/1"),
+      Row("USA:840 2412,1,0,1 empty 2417,1,0,1\n", 840, 0, kEmpty + count(840, 1) + count(840, 0)),
+      Row("name-with-text:0840x 2412,1,0,1 B:2", 840, 0, kNext + count(840, 1) + count(840, 0)),
+      Row("840 2412,1,0,1 USA:840", 840, 0, count(840, 0) + count(840, 0)), Row("USA:840 2412,1,0\n", 840, -1, bad),
       // Bands 5 and 52 read REG_DOMAIN5, the others REG_DOMAIN2.
-      {"USA:840 2412,1,0,1\n", 840, -1, fails("failed to find match region:840", 237), "", "EU:276\n", 5, 2},
-      {"R:1 2412,1,0,1\n", 1, 0, kEnd + count(1, 1) + kEnd + count(1, 1), "table(0)=1:5180/36/100/0/1",
-       "R:1 5180,100,0,1\n", 52, 7},
+      Row("USA:840 2412,1,0,1\n", 840, -1, fails("failed to find match region:840", 237), "", "EU:276\n", 5, 2),
+      Row("R:1 2412,1,0,1\n", 1, 0, kEnd + count(1, 1) + kEnd + count(1, 1), "table(0)=1:5180/36/100/0/1",
+          "R:1 5180,100,0,1\n", 52, 7),
       // At most 66 channels and 49-character tokens; nothing past radio 0's table.
-      {chans66, 1, 0, count(1, 66) + count(1, 0)},
-      {chans66 + " 5000,1,0,1\n", 1, -1, bad, "table(1)=0:"},
-      {name49 + " 2412,1,0,1\n", 12, 0, kEnd + count(12, 1) + count(12, 0)},
-      {"N" + name49 + " 2412,1,0,1", 12, -1, bad}};
+      Row(chans66, 1, 0, count(1, 66) + count(1, 0)), Row(chans66 + " 5000,1,0,1\n", 1, -1, bad, "table(1)=0:"),
+      Row(name49 + " 2412,1,0,1\n", 12, 0, kEnd + count(12, 1) + count(12, 0)),
+      Row("N" + name49 + " 2412,1,0,1", 12, -1, bad)};
   for (const auto &r : rows) {
     const std::string got = init(r.reg2, r.reg5, r.code, r.band0, r.band1);
-    EXPECT_EQ(got + run_all(r.tables), text(r.rc) + " " + r.err + r.tables);
+    EXPECT_EQ(got + run(r.tables), text(r.rc) + " " + r.err + r.tables);
   }
 }
 
@@ -410,31 +399,29 @@ TEST_F(RadioTest, IndexesNumbersFrequenciesAndPower) {
 
 TEST_F(RadioTest, PowerRangeAndFlags) {
   // The minimum power counts the antenna gain in four regions with EIRP on.
-  const struct {
+  struct Row {
     int code;
     std::string want, top = "", chans2 = "2412,1,0,20", chans5 = "5180,100,0,23";
     int band0 = 2;
-  } rows[] = {
-      {36, "range(0)=7-20 range(1)=12-23"},
-      {818, "range(0)=7-20 range(1)=12-23"},
-      {276, "range(1)=12-23"},
-      {392, "range(1)=12-23"},
-      {36, "range(0)=4-20 range(1)=7-23", R"("EIRP": false)"},
-      {840, "range(0)=4-20 range(1)=7-23 range(2)=err rangeNoMin(0)=-1 caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8",
-       R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"},
+  };
+  const Row rows[] = {
+      Row(36, "range(0)=7-20 range(1)=12-23"), Row(818, "range(0)=7-20 range(1)=12-23"), Row(276, "range(1)=12-23"),
+      Row(392, "range(1)=12-23"), Row(36, "range(0)=4-20 range(1)=7-23", R"("EIRP": false)"),
+      Row(840, "range(0)=4-20 range(1)=7-23 range(2)=err caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8",
+          R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"),
       // HT40 (either bit), VHT80 (with 0x100), 5 GHz channels on a 5 GHz radio.
-      {1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1",
-       "5180,800000,0,1 5200,10000,0,1"},
-      {1, "ht40(0)=0 vht80(1)=1 vht160(1)=0 is5g=1", "", "2412,10000,0,1", "5180,800100,0,1"},
+      Row(1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1",
+          "5180,800000,0,1 5200,10000,0,1"),
+      Row(1, "ht40(0)=0 vht80(1)=1 vht160(1)=0 is5g=1", "", "2412,10000,0,1", "5180,800100,0,1"),
       // DFS: 0x2 counts with 0x1000 only, on a 5 GHz radio only; bits 0x100, 0x200, 0x400.
-      {1, "dfs=0 radar=0 dfsCap=0", "", "2412,1,1602,1", "5180,100,2,1 5260,100,402,1"},
-      {1, "dfs=1 radar=1 dfsCap=7", "", "2412,1,1602,1", "5260,100,1102,1 5600,100,1602,1"},
-      {1, "dfs=0 radar=1 dfsCap=0", R"("dfsCfgSupp": false)", "2412,1,0,1", "5260,100,1102,1 5600,100,1602,1"},
-      {1, "dfs=1 radar=0 dfsCap=2 is5g=1", "", "2412,1,0,1", "5260,100,1202,1", 5}  // radio 0 on 5 GHz
+      Row(1, "dfs=0 radar=0 dfsCap=0", "", "2412,1,1602,1", "5180,100,2,1 5260,100,402,1"),
+      Row(1, "dfs=1 radar=1 dfsCap=7", "", "2412,1,1602,1", "5260,100,1102,1 5600,100,1602,1"),
+      Row(1, "dfs=0 radar=1 dfsCap=0", R"("dfsCfgSupp": false)", "2412,1,0,1", "5260,100,1102,1 5600,100,1602,1"),
+      Row(1, "dfs=1 radar=0 dfsCap=2 is5g=1", "", "2412,1,0,1", "5260,100,1202,1", 5)  // radio 0 on 5 GHz
   };
   for (const auto &r : rows) {
     load(r.chans2, r.chans5, r.top, r.code, r.band0);
-    EXPECT_EQ(run_all(r.want), r.want);
+    EXPECT_EQ(run(r.want), r.want);
   }
 }
 
@@ -449,13 +436,12 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
   check({"nonDfs(1,3,2,5260,5300,5180)=1", "nonDfs(1,2,2,5260,5300,5180)=0", "nonDfs(1,1,2,4000)=0",
          "nonDfs(1,66,2,5180)=1", "nonDfs(1,67,2)=1@2159:invalid suppFrepCnt: 67",
-         "nonDfs(1,0,2)=1@2159:invalid suppFrepCnt: 0", "nonDfs(0,1,2,2412)=0@2152", "nonDfsNull(1,3,2)=0@2152"},
+         "nonDfs(1,0,2)=1@2159:invalid suppFrepCnt: 0", "nonDfs(0,1,2,2412)=0@2152"},
         bad);
   // The lists' contents: region_args.
   check({"chansNull(0)=-1@1373:pChanlist is NULL", "chans(2)=-1@1379:invalid rid:2", "block(0,3,2422,2412,2417)=0:",
          "block(0,1,2417,2412)=2:2412,2422", "block(0,4,2412)=err@2198:invalid suppFrepCnt: 4 maxChanCnt: 3",
-         "block(0,0,2412)=err@2198:invalid suppFrepCnt: 0 maxChanCnt: 3", "block(2,1,2412)=err@2191",
-         "blockNullSupp(0,1)=-1@2191", "blockNullOut(0,1,2412)=-1@2191"},
+         "block(0,0,2412)=err@2198:invalid suppFrepCnt: 0 maxChanCnt: 3", "block(2,1,2412)=err@2191"},
         bad);
   load("2412,1,0,1", "5600,100,1402,1");  // weather radar
   check({"valid(2,0x10000,0x1402)=1"});
@@ -471,10 +457,9 @@ TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   config(radio_config(R"("dfsUSSupp": true, "noAutoWradarSupp": true, "zeroWaitDfsSupp": true)", radio(2), radio(52)));
   check({"dfsUS=0"});                                  // reads the table as it stands: not loaded yet
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
-  const std::string parm = "parm error";
   check({"dfsUS=1", "range(0)=4-0", "ht40(0)=0", "is5g=0", "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3",
          "autoWidth(1,5)=-1@2024", "autoWidth(1,7)=-1@2024", "autoWidth(2,4)=-1@2024"},
-        parm);
+        "parm error");
   config(radio_config("", radio(7), radio(5)), true);
   check({"autoWidth(1,8)=5", "autoWidth(0,4)=0@2053:Don't get correct chanwidth!"});
 }
