@@ -69,7 +69,7 @@ std::vector<T> from(const Args &a, size_t first, size_t size = 1) {
   v.resize(std::max(v.size(), size));
   return v;
 }
-uint8_t g_low, g_high, g_dcoff;
+uint8_t g_lv[RADIO_REGION_MAX_CHAN];  // low, high, dcoff
 uint32_t g_lo, g_hi, g_words[RADIO_REGION_MAX_CHAN];
 radio_block_list_t g_block;
 radio_chan_list_t g_list;
@@ -85,12 +85,6 @@ std::string table(uint32_t rid) {  // "code:freq/chan/commonFlag/extFlag/power,.
     s += rec;
   }
   return s;
-}
-// Width code a[0] for a channel with commonFlag a[1] and extFlag a[2] (none without them).
-std::string valid(const Args &a) {
-  const Args flags = from<int64_t>(a, 0, 3);
-  radio_chan_rec_t rec{0, 0, uint32_t(flags[1]), uint32_t(flags[2]), 0};
-  return text(radio_region_checkChannelValid(a[0], a.size() < 3 ? nullptr : &rec));
 }
 
 // The calls by short name: the function's own name (as its messages show it)
@@ -129,11 +123,8 @@ const std::map<std::string, std::pair<std::string, Fn>> kFns = {
     REG("vht80", isVHT80Supp), REG("vht160", isVHT160Supp), REG("is5g", is5GSupp), REG("dfs", isDfsSupp),
     REG("radar", isWradarSupp), REG("dfsCap", getDFSCap),
     // Level, register values, capacity, table, lists...; "...Null": with a NULL pointer.
-    FX("lv", config_thermalLevelCfg,  // low/high/dcoff
-       radio_config_thermalLevelCfg(a[0], &g_low, &g_high, &g_dcoff)
-           ? std::string("err")
-           : text(g_low) + "/" + text(g_high) + "/" + text(g_dcoff)),
-    FX("lvNoLow", config_thermalLevelCfg, radio_config_thermalLevelCfg(a[0], nullptr, &g_high, &g_dcoff)),
+    FX("lv", config_thermalLevelCfg, text(radio_config_thermalLevelCfg(a[0], g_lv, g_lv + 1, g_lv + 2), 3, g_lv)),
+    FX("lvNoLow", config_thermalLevelCfg, radio_config_thermalLevelCfg(a[0], nullptr, g_lv + 1, g_lv + 2)),
     FX("ccaVal", config_bbCCARegVal, text(radio_config_bbCCARegVal(a[0], zeroed()), a[0], g_words)),
     FX("agcVal", config_bbAGCRegVal, text(radio_config_bbAGCRegVal(a[0], zeroed()), a[0], g_words)),
     FX("psdVal", config_bbPSDRegVal, text(radio_config_bbPSDRegVal(a[0], zeroed()), a[0], g_words)),
@@ -147,7 +138,11 @@ const std::map<std::string, std::pair<std::string, Fn>> kFns = {
     FX("chanPower", region_getMaxPowerByChan, radio_region_getMaxPowerByChan(a[0], a[1], nullptr)),
     FX("range", region_getPowerRange,
        radio_region_getPowerRange(a[0], &g_lo, &g_hi) ? "err" : text(g_lo) + "-" + text(g_hi)),
-    fx("valid", "radio_region_checkChannelValid", valid),
+    // Width code a[0] for a channel with commonFlag a[1] and extFlag a[2].
+    FX("valid", region_checkChannelValid,
+       radio_region_checkChannelValid(a[0],
+                                      std::vector<radio_chan_rec_t>{{0, 0, uint32_t(a[1]), uint32_t(a[2]), 0}}.data())),
+    FX("validNull", region_checkChannelValid, radio_region_checkChannelValid(a[0], nullptr)),
     // Radio, count, width, then the frequencies.
     FX("nonDfs", region_checkIsSuppNonDfsChan,
        radio_region_checkIsSuppNonDfsChan(a[0], a[1], from<uint32_t>(a, 3, 67).data(), a[2])),
@@ -198,8 +193,7 @@ class RadioTest : public ::testing::Test {
   }
   // Radios on these bands (radio 0: mimo 2, antenna gain 3; radio 1: mimo 4, gain 5), the REG_DOMAIN
   // files (REG_DOMAIN5 left as it is for nullptr), then radio_region_init(code): "result stderr".
-  std::string init(const std::string &reg2, const char *reg5, int code, int band0 = 2, int band1 = 5,
-                   const std::string &top = "") {
+  std::string init(std::string reg2, const char *reg5, int code, int band0 = 2, int band1 = 5, std::string top = "") {
     config(radio_config(top, radio(band0), radio(band1, R"("mimo": 4, "anttgain": 5)")), true);
     tree_.write_model("ath/REG_DOMAIN2", reg2);
     if (reg5) tree_.write_model("ath/REG_DOMAIN5", reg5);
@@ -207,8 +201,7 @@ class RadioTest : public ::testing::Test {
     return text(code) + " " + err;
   }
   // Region code with these channels on radio 0 (REG_DOMAIN2) and radio 1 (REG_DOMAIN5).
-  void load(const std::string &chans2, const std::string &chans5, const std::string &top = "", int code = 1,
-            int band0 = 2) {
+  void load(const std::string &chans2, const std::string &chans5, std::string top = "", int code = 1, int band0 = 2) {
     const std::string c = "R:" + text(code) + " ";
     EXPECT_EQ(init(c + chans2 + "\n", (c + chans5 + "\n").c_str(), code, band0, 7 - band0, top).substr(0, 2), "0 ");
   }
@@ -224,19 +217,18 @@ TEST_F(RadioTest, ValuesRead) {
   const struct {
     std::string json, want, err = "";
   } rows[] = {
-      {radio_config(R"("maxStaPerRadio": 128, "chanLimitSupp": true, "dfsCfgSupp": false, "n1024QAMSupp": true,
-          "ofdmaCfgSupp": true, "fragThreshSupp": false, "ovWriteCtl": true, "dfsImproveSupp": true, "dfsUSSupp": true,
-          "noAutoWradarSupp": true, "zeroWaitDfsSupp": true, "ofdmaEnable": true, "specCARegionCode": "1",
-          "specRegionCode": 36)",
+      {radio_config(R"("chanLimitSupp": true, "dfsCfgSupp": false, "n1024QAMSupp": true, "ofdmaCfgSupp": true,
+          "fragThreshSupp": false, "ovWriteCtl": true, "dfsImproveSupp": true, "dfsUSSupp": true, "ofdmaEnable": true,
+          "noAutoWradarSupp": true, "zeroWaitDfsSupp": true, "specCARegionCode": "1", "specRegionCode": 36)",
                     radio(2, R"("ifname": "wifi0", "vapPrefix": "ath0", "ifindex": 7, "smartAnt": 1)"),
                     radio(5, R"("blockAcsBand": 2, "blockSpruceBand4": 1, "maxVapNum": 16, "modeCap": 9)")),
-       "sta=128 ifindex(0)=7 ifname(0)=wifi0 prefix(0)=ath0 vaps(1)=16 acs(1)=2 spruce(1)=1 modeCap(1)=9 smartAnt(0)=1 "
+       "ifindex(0)=7 ifname(0)=wifi0 prefix(0)=ath0 vaps(1)=16 acs(1)=2 spruce(1)=1 modeCap(1)=9 smartAnt(0)=1 "
        "chanLimit=1 dfsImprove=1 dfsCfg=0 qam=1 ofdma=1 frag=0 ovw=1 dfsUS=1 noAutoWradar=1 zeroWait=1 region=36"},
       {radio_config(R"("maxStaPerRadio": "abc", "meshStaIfname": 4)"),  // defaults (another type counts as missing)
        "sta=-1 modeCap(0)=52 modeCap(1)=116 ifindex(0)=0 ifindex(1)=1 vaps(0)=8 smartAnt(1)=0 chanLimit=0 dfsCfg=1 "
        "ofdma=0 frag=1 ovw=0 dfsUS=0 region=841 bkhap=bkhap1 meshSta=sta1 thermal=0 cca=0 agc=0 psd=0"},
       // Radio type, the radio with a band (radio 0 first), mimo gain, mode bit, PHY mode, width code.
-      {radio_config(R"("maxStaPerRadio": 1)", radio(2, mode + "1, \"mimo\": 2"), radio(52, mode + "2, \"mimo\": 3")),
+      {radio_config(R"("maxStaPerRadio": 1)", radio(2, mode + "1"), radio(52, mode + "2, \"mimo\": 3")),
        "sta=1 type=17 supp2g=1 supp5g=1 rid(2)=0 rid(52)=1 mgain(0)=3 mgain(1)=5 maxCap(0)=1 maxMode(0)=0 "
        "maxWidth(0)=2 maxCap(1)=2 maxMode(1)=3 maxWidth(1)=2 rid(5)=-1"},
       {radio_config("", radio(5, mode + "6, \"mimo\": 4"), radio(5, mode + "15, \"mimo\": 5")),
@@ -254,10 +246,10 @@ TEST_F(RadioTest, ValuesRead) {
        "bkhap=bbbbbbbbbbbbbbb meshSta=sssssssssssssss region=124 ifname(0)=abcdefghijklmnop prefix(0)=vvvvvvvvvvvvvvv "
        "eirp=0 sta=512 thermal=0"},
       // Thermal levels (values keep their low 8 bits); a fault leaves thermalSupp 0.
-      {thermal(lv3 + R"(, {"low": 4, "high": 5, "dcoff": 300})"), "thermal=1 lv(0)=1/2/3 lv(3)=4/5/44"},
+      {thermal(lv3 + R"(, {"low": 4, "high": 5, "dcoff": 300})"), "thermal=1 lv(0)=3:1,2,3 lv(3)=3:4,5,44"},
       {thermal(lv3), "thermal=0", cond(th, 322, "(levelNum == THERMAL_CTL_LEVEL_NUM)")},
       {thermal(R"({"low": "1"},)" + lv3), "thermal=0", cond(th, 330, value)},
-      {thermal(lv + R"(, {"low": 7, "dcoff": 3},)" + lv + "," + lv), "thermal=0 lv(1)=7/0/0", cond(th, 334, value)},
+      {thermal(lv + R"(, {"low": 7, "dcoff": 3},)" + lv + "," + lv), "thermal=0 lv(1)=3:7", cond(th, 334, value)},
       {thermal(lv3 + R"(, {"low": 1, "high": 2})"), "thermal=0", cond(th, 338, value)},
       // Baseband registers: hexadecimal strings, the count fixed per set, "supp" a boolean.
       {radio_config(R"("BBRegCfg": {"BBRegCCAB0": {"supp": true, "regVal": ["0x1c8f"]}, "BBRegAGC": {"supp": true,
@@ -277,7 +269,7 @@ TEST_F(RadioTest, ValuesRead) {
   }
 }
 
-TEST_F(RadioTest, FailedLoadsAndBadArguments) {
+TEST_F(RadioTest, FailedLoadsDumpAndBadArguments) {
   // No file: each call tries again.
   const std::string id = "init error or invalid radioID:1", init = "init error", names = "init error or invalid",
                     none = loader(447, "(NULL != pFile)");
@@ -313,26 +305,13 @@ TEST_F(RadioTest, FailedLoadsAndBadArguments) {
     config(json);
     check({band0, band0}, "", err);
   }
-  tree_.write_model("radio_config.json", radio_config());  // fixed between calls
-  EXPECT_NE(stdout_of([] { check({"band(1)=5"}); }).find("radioType: 0x11"), std::string::npos);
-  // Arguments out of range on the loaded table.
-  char level4[96], no_low[96];  // the outputs' addresses
-  std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)&g_low, (void *)&g_high, (void *)&g_dcoff);
-  std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", (void *)nullptr, (void *)&g_high, (void *)&g_dcoff);
-  const std::string id2 = "init error or invalid radioID:2";
-  check({"band(2)=0@1455:" + id2, "smartAnt(2)=0@2007:" + id2, "maxMode(2)=-1@1661", "maxWidth(2)=-1@1702",
-         "lv(3)=0/0/0", "lv(4)=err@1867:" + std::string(level4), "lvNoLow(0)=-1@1867:" + std::string(no_low),
-         "ccaVal(2)=err@1901:regnum(2) too many", "agcVal(3)=err@1936:regnum(3) too many",
-         "psdVal(4)=err@1971:regnum(4) too many", "psdNull(0)=0", "psdNull(1)=-1", "capsNull=-1",
-         "bbregNull=0@360:condition((pRoot && pRegName && pRegSet)) failed"},
-        "invalid radioID:2");
-}
-
-TEST_F(RadioTest, DumpAtTheLoadOnly) {
-  config(radio_config(R"("chanLimitSupp": true, "ofdmaCfgSupp": true, "thermalCtl": {"supp": true})",
-                      radio(2, R"("blockAcsBand": 1)"), radio(5, R"("mimo": 3, "mode": 52)")));
-  EXPECT_NE(stdout_of([] { debug_show_radio_cfg(); }).find("radioType: 0\n"), std::string::npos);  // never loads
-  const std::string out = stdout_of([] { radio_config_getBand(0); });
+  // Found at last (the file written as it is, kept between calls): read and dumped once, at the load; the dump
+  // alone never loads.
+  tree_.write_model("radio_config.json",
+                    radio_config(R"("chanLimitSupp": true, "ofdmaCfgSupp": true, "thermalCtl": {"supp": true})",
+                                 radio(2, R"("blockAcsBand": 1)"), radio(5, R"("mimo": 3, "mode": 52)")));
+  EXPECT_NE(stdout_of([] { debug_show_radio_cfg(); }).find("radioType: 0\n"), std::string::npos);
+  const std::string out = stdout_of([] { check({"band(1)=5"}); });
   EXPECT_EQ(out,
             "\n==============radio config============\nradioType: 0x11\nEIRP: 1\n0.\tradioID:0\n\tband:2\n\tmimo:2\n"
             "\tmimogain:3\n\tanttgain:3\n\tmode:31\n\tblockAcsBand:1\n\tblockSpruceBand4:0\n1.\tradioID:1\n\tband:5\n"
@@ -342,6 +321,17 @@ TEST_F(RadioTest, DumpAtTheLoadOnly) {
             "\tPSD 0\n\t 00000000 \n\t 00000000 \n\t 00000000 \nofdmaCfgSupp:1\nnoAutoWradarSupp:0\nzeroWaitDfsSupp:0\n"
             "\n==============radio config============\n");
   EXPECT_EQ(stdout_of([] { radio_config_getBand(0); }) + stdout_of([] { debug_show_radio_cfg(); }), out);
+  // Arguments out of range on the loaded table.
+  char level4[96], no_low[96];  // the outputs' addresses
+  std::snprintf(level4, 96, "invalid param, level:4, %p, %p, %p", (void *)g_lv, (void *)(g_lv + 1), (void *)(g_lv + 2));
+  std::snprintf(no_low, 96, "invalid param, level:0, %p, %p, %p", nullptr, (void *)(g_lv + 1), (void *)(g_lv + 2));
+  const std::string id2 = "init error or invalid radioID:2";
+  check({"band(2)=0@1455:" + id2, "smartAnt(2)=0@2007:" + id2, "maxMode(2)=-1@1661", "maxWidth(2)=-1@1702",
+         "lv(3)=3:", "lv(4)=err@1867:" + std::string(level4), "lvNoLow(0)=-1@1867:" + std::string(no_low),
+         "ccaVal(2)=err@1901:regnum(2) too many", "agcVal(3)=err@1936:regnum(3) too many",
+         "psdVal(4)=err@1971:regnum(4) too many", "psdNull(0)=0", "psdNull(1)=-1", "capsNull=-1",
+         "bbregNull=0@360:condition((pRoot && pRegName && pRegSet)) failed"},
+        "invalid radioID:2");
 }
 
 TEST_F(RadioTest, ReadingTheFiles) {
@@ -359,10 +349,9 @@ TEST_F(RadioTest, ReadingTheFiles) {
       // REG_DOMAIN5 lacks the region unless given
       Row("USA:840 2412,1,0,1\n", 840, -1,  // no REG_DOMAIN5 yet
           kEnd + count(840, 1) + fails("failed to open file /etc/AP100_X_2.0/ath/REG_DOMAIN5", 202), "", nullptr),
-      Row("OTHER:7 2422,10000,0,10\nUSA:840 2412,10080,0,20 2484,10080,1002,18\nX:9 2437,1,2,3\n", 840, 0,
-          kNext + count(840, 2) + count(840, 2),  // nothing after the last token: silent
-          "table(0)=840:2412/1/10080/0/20,2484/14/10080/1002/18 table(1)=840:5180/36/870100/0/23,5825/165/100/0/30",
-          "USA:840\n5180,870100,0,23\n5825,100,0,30"),
+      Row("OTHER:7 2422,10000,0,10\nUSA:840 2412,10080,0,20\nX:9 2437,1,2,3\n", 840, 0,
+          kNext + count(840, 1) + count(840, 1),  // nothing after the last token: silent
+          "table(0)=840:2412/1/10080/0/20 table(1)=840:5180/36/870100/1002/23", "USA:840\n5180,870100,1002,23"),
       Row("R:1 2412,0,0,1 2484,0,0,1 3000,0,0,1 4920,0,0,1 4000,0,0,1 5180,0,0,1 5000,0,0,1\n", 1, 0,
           kEnd + count(1, 7) + count(1, 0),
           "table(0)=1:2412/1/0/0/1,2484/14/0/0/1,3000/39/0/0/1,4920/184/0/0/1,4000/0/0/0/1,5180/36/0/0/1,5000/0/0/0/1"),
@@ -410,8 +399,7 @@ TEST_F(RadioTest, PowerRangeAndFlags) {
       Row(840, "range(0)=4-20 range(1)=7-23 range(2)=err caps=14:0,4,20,2,1,1,8,1,7,23,4,1,1,8",
           R"("ofdmaCfgSupp": true, "ofdmaEnable": true)"),
       // HT40 (either bit), VHT80 (with 0x100), 5 GHz channels on a 5 GHz radio.
-      Row(1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1",
-          "5180,800000,0,1 5200,10000,0,1"),
+      Row(1, "ht40(0)=1 ht40(1)=0 vht80(1)=0 is5g=0", "", "2412,10100,0,1 2417,40000,0,1", "5180,800000,0,1"),
       Row(1, "ht40(0)=0 vht80(1)=1 vht160(1)=0 is5g=1", "", "2412,10000,0,1", "5180,800100,0,1"),
       // DFS: 0x2 counts with 0x1000 only, on a 5 GHz radio only; bits 0x100, 0x200, 0x400.
       Row(1, "dfs=0 radar=0 dfsCap=0", "", "2412,1,1602,1", "5180,100,2,1 5260,100,402,1"),
@@ -432,7 +420,7 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   check({"valid(2,0x10000,0)=1", "valid(2,0x20000,0)=0", "valid(3,0x20000,0)=1", "valid(4,0x20000,0)=1",
          "valid(4,0x10000,0)=0", "valid(5,0x20000,0)=0", "valid(5,0x800100,0)=1", "valid(6,0x800100,0)=1",
          "valid(6,0x10000,0)=0", "valid(7,0x10000,0)=1", "valid(2,0x10000,2)=1", "valid(2,0x10000,0x1402)=0",
-         "valid(2)=0"});
+         "validNull(2)=0"});
   // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
   check({"nonDfs(1,3,2,5260,5300,5180)=1", "nonDfs(1,2,2,5260,5300,5180)=0", "nonDfs(1,1,2,4000)=0",
          "nonDfs(1,66,2,5180)=1", "nonDfs(1,67,2)=1@2159:invalid suppFrepCnt: 67",
@@ -457,7 +445,7 @@ TEST_F(RadioTest, SwitchesAndAutomaticWidth) {
   config(radio_config(R"("dfsUSSupp": true, "noAutoWradarSupp": true, "zeroWaitDfsSupp": true)", radio(2), radio(52)));
   check({"dfsUS=0"});                                  // reads the table as it stands: not loaded yet
   stdout_of([] { radio_region_noAutoWradarSupp(); });  // loads it; no region loaded: empty tables
-  check({"dfsUS=1", "range(0)=4-0", "ht40(0)=0", "is5g=0", "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3",
+  check({"dfsUS=1", "range(0)=4-0", "autoWidth(1,4)=5", "autoWidth(1,6)=5", "autoWidth(0,8)=3",
          "autoWidth(1,5)=-1@2024", "autoWidth(1,7)=-1@2024", "autoWidth(2,4)=-1@2024"},
         "parm error");
   config(radio_config("", radio(7), radio(5)), true);
