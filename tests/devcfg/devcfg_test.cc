@@ -3,7 +3,7 @@
 // the values, names and paths it answers, and the dump. Most rows are calls
 // with their answers, "alias(2,8)=0:LAN2|8" for devcfg_downLinkPort_getAliasName(2, buf, 8)
 // returning 0 with "LAN2" in buf and 8 bytes written ("-": none), and what
-// the load prints on stderr.
+// the calls print on stderr, then on stdout.
 #include "devcfg.h"
 
 #include <algorithm>
@@ -15,8 +15,9 @@
 
 #include "support/model_tree.h"
 
-static int g_starts = 0;           // NVRAM starts by the library: this program's nm_api_init counts them
-int starts() { return g_starts; }  // NVRAM starts
+// NVRAM starts by the library: this program's nm_api_init counts them.
+static int g_starts = 0;
+static int starts() { return g_starts; }
 extern "C" int nm_api_init(void) {
   ++g_starts;
   return 0;
