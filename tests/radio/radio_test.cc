@@ -146,6 +146,10 @@ const std::map<std::string, std::pair<std::string, Fn>> kFns = {
     // Radio, count, width, then the frequencies.
     FX("nonDfs", region_checkIsSuppNonDfsChan,
        radio_region_checkIsSuppNonDfsChan(a[0], a[1], from<uint32_t>(a, 3, 67).data(), a[2])),
+    FX("rangeNull", region_getPowerRange, radio_region_getPowerRange(a[0], nullptr, &g_hi)),
+    FX("nonDfsNull", region_checkIsSuppNonDfsChan, radio_region_checkIsSuppNonDfsChan(a[0], 1, nullptr, 2)),
+    FX("blockNull", region_getBlockFreqList,
+       radio_region_getBlockFreqList(a[0], 1, nullptr, a[1] ? &g_block : nullptr)),
     FX("chans", region_getChanList, radio_region_getChanList(a[0], &g_list)),
     FX("chansNull", region_getChanList, radio_region_getChanList(a[0], nullptr)),
     // Radio, count, then the supported frequencies.
@@ -424,12 +428,13 @@ TEST_F(RadioTest, ChannelValidityAndLists) {
   // Frequencies: 5260 is DFS, 5300 lacks HT20, 4000 is unknown.
   check({"nonDfs(1,3,2,5260,5300,5180)=1", "nonDfs(1,2,2,5260,5300,5180)=0", "nonDfs(1,1,2,4000)=0",
          "nonDfs(1,66,2,5180)=1", "nonDfs(1,67,2)=1@2159:invalid suppFrepCnt: 67",
-         "nonDfs(1,0,2)=1@2159:invalid suppFrepCnt: 0", "nonDfs(0,1,2,2412)=0@2152"},
+         "nonDfs(1,0,2)=1@2159:invalid suppFrepCnt: 0", "nonDfs(0,1,2,2412)=0@2152", "nonDfsNull(1)=0@2152"},
         bad);
   // The lists' contents: region_args.
   check({"chansNull(0)=-1@1373:pChanlist is NULL", "chans(2)=-1@1379:invalid rid:2", "block(0,3,2422,2412,2417)=0:",
          "block(0,1,2417,2412)=2:2412,2422", "block(0,4,2412)=err@2198:invalid suppFrepCnt: 4 maxChanCnt: 3",
-         "block(0,0,2412)=err@2198:invalid suppFrepCnt: 0 maxChanCnt: 3", "block(2,1,2412)=err@2191"},
+         "block(0,0,2412)=err@2198:invalid suppFrepCnt: 0 maxChanCnt: 3", "block(2,1,2412)=err@2191",
+         "blockNull(0,1)=-1@2191", "blockNull(0,0)=-1@2191", "rangeNull(0)=-1"},
         bad);
   load("2412,1,0,1", "5600,100,1402,1");  // weather radar
   check({"valid(2,0x10000,0x1402)=1"});
