@@ -16,19 +16,17 @@ TEST(RegCheck, ClaimedBlocks) {
     int freq;
     uint32_t flags;
     std::string blocks;  // "name lo-hi" joined by ", "
-  } cases[] = {
-      {2412, ht20 | plus, "HT40+ 2402-2442"},
-      {2472, ht20 | minus, "HT40- 2442-2482"},
-      {2437, ht20 | plus | minus, "HT40+ 2427-2467, HT40- 2407-2447"},
-      {2437, ht20, ""},
-      {5180, ht20 | plus | REGION_FLAG_5G, "HT40 5170-5210"},
-      {5200, ht20 | minus | REGION_FLAG_5G, "HT40 5170-5210"},
-      {5720, vht, "HT40 5690-5730, VHT80 5650-5730"},
-      {5745, vht, "HT40 5735-5775, VHT80 5735-5815"},
-      {5825, vht, "HT40 5815-5855, VHT80 5815-5895"},
-      {5180, REGION_FLAG_VHT80 | ht20, ""},  // VHT80 counts only with the 5 GHz bit
-      {4920, ht20 | plus | REGION_FLAG_5G, "HT40 4910-4950"},
-  };
+  } cases[] = {{2412, ht20 | plus, "HT40+ 2402-2442"},
+               {2472, ht20 | minus, "HT40- 2442-2482"},
+               {2437, ht20 | plus | minus, "HT40+ 2427-2467, HT40- 2407-2447"},
+               {2437, ht20, ""},
+               {5180, ht20 | plus | REGION_FLAG_5G, "HT40 5170-5210"},
+               {5200, ht20 | minus | REGION_FLAG_5G, "HT40 5170-5210"},
+               {5720, vht, "HT40 5690-5730, VHT80 5650-5730"},
+               {5745, vht, "HT40 5735-5775, VHT80 5735-5815"},
+               {5825, vht, "HT40 5815-5855, VHT80 5815-5895"},
+               {5180, REGION_FLAG_VHT80 | ht20, ""},  // VHT80 counts only with the 5 GHz bit
+               {4920, ht20 | plus | REGION_FLAG_5G, "HT40 4910-4950"}};
   for (const auto &c : cases) {
     std::string got;
     for (const Block &b : claimed_blocks(c.freq, c.flags))
@@ -54,18 +52,16 @@ TEST(RegCheck, MatchRules) {
     bool ok;
     int limit, dfs, no_ir, no_ofdm, nearest;  // rule indexes, -1 for none
     const char *reason;
-  } cases[] = {
-      {5170, 5190, true, 2, -1, -1, -1, -1, ""},
-      {5170, 5250, true, 2, -1, -1, -1, -1, ""},  // 80 MHz in a 40 MHz AUTO-BW rule
-      {5250, 5290, true, 3, 3, -1, -1, -1, ""},
-      {5650, 5690, false, 5, -1, -1, -1, 5, "is wider than the 20 MHz the rule allows"},
-      {5570, 5610, false, 4, 4, -1, -1, 4, "has its 20 MHz channel 5590-5610 MHz outside one rule"},
-      {5240, 5260, false, 3, 3, -1, -1, 2, "is not inside one rule"},
-      {5000, 5020, false, -1, -1, -1, -1, -1, "is outside every rule of XX"},
-      {2462, 2482, true, 0, -1, -1, -1, -1, ""},  // the first rule that holds it wins
-      {2474, 2494, true, 1, -1, -1, 1, -1, ""},
-      {5855, 5875, true, 6, -1, 6, -1, -1, ""},
-  };
+  } cases[] = {{5170, 5190, true, 2, -1, -1, -1, -1, ""},
+               {5170, 5250, true, 2, -1, -1, -1, -1, ""},  // 80 MHz in a 40 MHz AUTO-BW rule
+               {5250, 5290, true, 3, 3, -1, -1, -1, ""},
+               {5650, 5690, false, 5, -1, -1, -1, 5, "is wider than the 20 MHz the rule allows"},
+               {5570, 5610, false, 4, 4, -1, -1, 4, "has its 20 MHz channel 5590-5610 MHz outside one rule"},
+               {5240, 5260, false, 3, 3, -1, -1, 2, "is not inside one rule"},
+               {5000, 5020, false, -1, -1, -1, -1, -1, "is outside every rule of XX"},
+               {2462, 2482, true, 0, -1, -1, -1, -1, ""},  // the first rule that holds it wins
+               {2474, 2494, true, 1, -1, -1, 1, -1, ""},
+               {5855, 5875, true, 6, -1, 6, -1, -1, ""}};
   auto index = [&](const RegRule *r) { return r ? static_cast<int>(r - c.rules.data()) : -1; };
   for (const auto &k : cases) {
     const RuleMatch m = match_rules(c, k.lo, k.hi);

@@ -34,12 +34,6 @@ inline Outcome run(const std::string &cmd) {
   return {exit, read_file(out), read_file(err)};
 }
 
-inline int count(const std::string &text, const std::string &what) {
-  int n = 0;
-  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += what.size()) ++n;
-  return n;
-}
-
 // A copy of the sample tree, to break.
 class Tree {
  public:
@@ -56,7 +50,6 @@ class Tree {
       root_.write(kModel + file, text.replace(at, from.size(), to));
   }
   void write(const std::string &device_path, const std::string &text) const { root_.write(device_path, text); }
-  std::string read(const std::string &file) const { return root_.read(kModel + file); }
   Outcome info(const std::string &args) const { return run(kInfo + " --root " + dir() + " " + args); }
 
  private:
