@@ -82,10 +82,9 @@ class BleTest : public ::testing::Test {
   void TearDown() override { close(fd_); }
   // The commands sent since the last call (each answered, or followed by one that is).
   Sent sent() {
-    Sent out;
-    for (auto all = sim_.commands(); seen_ < all.size(); ++seen_)
-      out.emplace_back(all[seen_].opcode, all[seen_].params);
-    return out;
+    Sent all;
+    for (const auto &c : sim_.commands()) all.emplace_back(c.opcode, c.params);
+    return Sent(all.begin() + std::exchange(seen_, all.size()), all.end());
   }
   // The line, the next reply to op being r (for failing: one with status 0x0C).
   int replying(uint16_t op, const Reply &r) {
@@ -265,10 +264,8 @@ TEST_F(BleTest, RssiAveraging) {
 TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
   uint8_t peer[6] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
   uint16_t handle = 0xBEEF;
-  auto link = [](size_t at = 0, uint8_t v = 5) {
-    Bytes b = {5, 6, 0, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12};
-    b[at] = v;
-    return b;
+  auto link = [](uint8_t code, uint8_t status) {
+    return Bytes{code, 6, status, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12};
   };
   // The line, op to be answered by the command status, then the event (none: status 0x0C).
   auto queue = [&](uint16_t op, const Bytes &event) {
@@ -287,19 +284,19 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
   expect_rows({
       {CALL(init({0, 6, 0x11})), 5, in + "483] Gap Device Init status error, return 0x0 \n\r\n"},
       {CALL(init({})), 2, kBadExtStatus + in + "471] Gap Device Init error, " + kRet2},
-      {CALL(connect(link(0, 4))), 5, pc + "526] obtain establish perperity evevt error, return 0x0 \r\n"},
-      {CALL(connect(link(2, 0x3E))), 5, pc + "531] obtain establish perperity  status error, return 0x0 \r\n"},
+      {CALL(connect(link(4, 0))), 5, pc + "526] obtain establish perperity evevt error, return 0x0 \r\n"},
+      {CALL(connect(link(5, 0x3E))), 5, pc + "531] obtain establish perperity  status error, return 0x0 \r\n"},
       {CALL(connect({})), 2, kBadExtStatus + pc + "519] send Conect Peer Device command error, " + kRet2},
       // not written
       {CALL(handle), 0xBEEF},
       {CALL(init({0, 6, 0})), 0},
-      {CALL(connect(link()) == 0 ? handle : -1), 0x1234},
-      {CALL(fac(0, link())), -1,
+      {CALL(connect(link(5, 0)) == 0 ? handle : -1), 0x1234},
+      {CALL(fac(0, link(5, 0))), -1,
        pc + "537] connected the wrong device\r\n[BLE_ERR][_ble_connect_peerdevice:189] peer device connecting" +
            failed + f + "428] peer device connect error\r\n"},
       // the peer reversed back, as the link names it
-      {CALL(fac(0, link(10, 0x21))), 0},
-      {CALL(fac(1, link())), -1,
+      {CALL(fac(0, link(5, 0))), 0},
+      {CALL(fac(1, link(5, 0))), -1,
        in + "478] Gap Device Init evevt error, return 0x0 \n\r\n[BLE_ERR][_ble_gap_device_init:171] Gap device initt" +
            failed + f + "423] Gap init error error\r\n"},
   });
@@ -308,9 +305,9 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
       r{0xFE62, {0, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11, 1, 0, 0}};
   EXPECT_EQ(sent(), (Sent{i, i, c, c, c, i, c, i, r, i, c, i}));
   int32_t rssi = 0;
-  sim_.reply_always(0x1405, {Sim::command_complete(0x1405, 0, {0x21, 0x12, uint8_t(-55)})});
+  sim_.reply_always(0x1405, {Sim::command_complete(0x1405, 0, {0x34, 0x12, uint8_t(-55)})});
   EXPECT_EQ(ble_fac_peerdevice_read_rssi(fd_, &rssi), 0);
-  EXPECT_EQ(std::pair(rssi, sent().back().second), std::pair(-55, Bytes{0x21, 0x12}));
+  EXPECT_EQ(std::pair(rssi, sent().back().second), std::pair(-55, Bytes{0x34, 0x12}));
 }
 
 // --- factory operations ---
@@ -321,27 +318,22 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
 // failure and silence) are not looked at.
 TEST_F(BleTest, FactoryCodesAndResults) {
   const int32_t dbm[] = {-20, -18, -15, -12, -10, -9, -6, -5, -3, 0, 1, 2, 3, 4, 5, 14, 15, 16, 17, 18, 19, 20, 6, 21};
-  for (uint8_t i = 0; i < 24; ++i) {  // codes 0-21 in order, then two unknown values; payloads 0-7 kept
-    const uint8_t code = i < 22 ? i : 0, payload = i < 8 ? i : 0;
-    const Sent want = {{0xFC11, {code}}, {0x201E, {19, 37, payload}}, {0xFC01, {code}}, {0xFC08, {3, 19}}};
-    EXPECT_EQ(ble_fac_tx_test(fd_, 19, dbm[i], 37, i, 23), 0);
-    EXPECT_EQ(ble_fac_ext_tx_test(fd_, 19, dbm[i], 23, 3), 0);
-    EXPECT_EQ(sent(), want) << int(i);
-  }
-  const uint8_t phy[] = {24, 25, 26, 27}, tx[] = {2, 3, 4, 0}, rx[] = {2, 3, 3, 0}, vendor[] = {1, 2, 6, 0};
-  for (int i = 0; i < 4; ++i) {
-    ble_fac_tx_test(fd_, 19, 0, 37, 2, phy[i]);
-    ble_fac_rx_test(fd_, 5, phy[i]);
-    ble_fac_ext_tx_test(fd_, 19, 0, phy[i], 1);
-    ble_fac_ext_rx_test(fd_, 19, phy[i]);
-    const Sent want = {{0xFC11, {9}}, {0x2034, {19, 37, 2, tx[i]}}, {0x2033, {5, rx[i], 0}},
-                       {0xFC01, {9}}, {0xFC27, {1, vendor[i], 19}}, {0xFC29, {vendor[i], 19}}};
-    EXPECT_EQ(sent(), want) << i;
+  const uint8_t tx[] = {0, 2, 3, 4, 0}, rx[] = {0, 2, 3, 3, 0}, vendor[] = {0, 1, 2, 6, 0};  // for selectors 23..27
+  // Codes 0-21 in order, then two unknown values; payloads 0-7 kept; the selectors in turn.
+  for (uint8_t i = 0; i < 24; ++i) {
+    const uint8_t code = i < 22 ? i : 0, payload = i < 8 ? i : 0, phy = 23 + i % 5, k = i % 5;
+    ble_fac_tx_test(fd_, 19, dbm[i], 37, i, phy);
+    ble_fac_rx_test(fd_, 5, phy);
+    ble_fac_ext_tx_test(fd_, 19, dbm[i], phy, 1);
+    ble_fac_ext_rx_test(fd_, 19, phy);
+    const Sent plain = {{0xFC11, {code}}, {0x201E, {19, 37, payload}}, {0x201D, {5}},
+                        {0xFC01, {code}}, {0xFC08, {1, 19}},           {0xFC0A, {19}}};
+    const Sent enhanced = {{0xFC11, {code}}, {0x2034, {19, 37, payload, tx[k]}}, {0x2033, {5, rx[k], 0}},
+                           {0xFC01, {code}}, {0xFC27, {1, vendor[k], 19}},       {0xFC29, {vendor[k], 19}}};
+    EXPECT_EQ(sent(), phy == 23 ? plain : enhanced) << int(i);
   }
   const std::string f = kErr + "fac_";
   expect_rows({
-      {CALL(ble_fac_rx_test(fd_, 5, 23)), 0},
-      {CALL(ble_fac_ext_rx_test(fd_, 19, 23)), 0},
       {CALL(ble_fac_tx_test(failing(0xFC11), 1, 0, 37, 2, 23)), 2,
        kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + f +
            "tx_test:294] set hci tx power error, return 0x2\r\n"},
@@ -357,9 +349,8 @@ TEST_F(BleTest, FactoryCodesAndResults) {
        kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + f +
            "ext_end_test:408] end test error, return 0x2\r\n"},
   });
-  const Sent want = {{0x201D, {5}}, {0xFC0A, {19}},      {0xFC11, {9}}, {0xFC01, {9}},
-                     {0xFC01, {9}}, {0xFC27, {1, 6, 1}}, {0xFC0A, {1}}, {0xFC0B, {}}};
-  EXPECT_EQ(sent(), want);
+  EXPECT_EQ(sent(),
+            (Sent{{0xFC11, {9}}, {0xFC01, {9}}, {0xFC01, {9}}, {0xFC27, {1, 6, 1}}, {0xFC0A, {1}}, {0xFC0B, {}}}));
 }
 
 // Drive the request line (level 1 high, 0 low, else nothing), then both
