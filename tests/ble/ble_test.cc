@@ -99,9 +99,17 @@ class BleTest : public ::testing::Test {
 
 // --- the serial line ---
 
-// Raw 8N1 at the mode's speed, reads waiting 0.2 s for a byte; the former
-// settings come back on close.
-TEST_F(BleTest, SettingsAreAppliedAndRestored) {
+// A packet: 0x01, opcode, len - 4, then the parameters (none from NULL or
+// below 4 bytes; ble_build_cmd_hci keeps each argument's low byte). A byte
+// that does not arrive reads as 0. Replies are checked: Command Complete for
+// opcode, then status; a vendor event for opcode, event code, status; a short
+// vendor reply for status, packet type, code, and then as many bytes are read
+// as its length says, and no more. Every NULL argument is refused with a
+// message, before anything is sent; so are failures to open and close the
+// line.
+TEST_F(BleTest, TheLineFramingAndRefusals) {
+  // Raw 8N1 at the mode's speed, reads waiting 0.2 s for a byte; the former
+  // settings come back on close.
   static termios before, now, after;                  // zeroed, the padding too
   ASSERT_EQ(tcgetattr(Sim().line_fd(), &before), 0);  // a line as it comes
   ASSERT_EQ(tcgetattr(fd_, &now), 0);
@@ -111,20 +119,10 @@ TEST_F(BleTest, SettingsAreAppliedAndRestored) {
 #ifndef APUTIL_TEST_EMULATED  // qemu-user does not carry the termios baud rates through
   EXPECT_EQ(std::pair(cfgetospeed(&now), cfgetispeed(&now)), std::pair(speed_t{B1152000}, speed_t{B1152000}));
 #endif
-  EXPECT_EQ(ble_uart_close(std::exchange(fd_, -1)), 1);
+  EXPECT_EQ(ble_uart_close(fd_), 1);
   ASSERT_EQ(tcgetattr(sim_.line_fd(), &after), 0);
   EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
-}
-
-// A packet: 0x01, opcode, len - 4, then the parameters (none from NULL or
-// below 4 bytes; ble_build_cmd_hci keeps each argument's low byte). A byte
-// that does not arrive reads as 0. Replies are checked: Command Complete for
-// opcode, then status; a vendor event for opcode, event code, status; a short
-// vendor reply for status, packet type, code, and then as many bytes are read
-// as its length says, and no more. Every NULL argument is refused with a
-// message, before anything is sent; so are failures to open and close the
-// line. Descriptor 0 is a line like any other.
-TEST_F(BleTest, FramingReplyChecksAndRefusals) {
+  ASSERT_GE(fd_ = ble_uart_open(sim_.device().c_str(), 0), 0);
   const std::string c = kErr + "chk_resp", r = kErr + "rcv_cmd_",
                     op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
   uint8_t buf[256] = {}, pin[] = {0x01, 0xA0, 0x20, 0x00}, p[8] = {0, 0, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE};
@@ -157,8 +155,6 @@ TEST_F(BleTest, FramingReplyChecksAndRefusals) {
        kErr + "uart_open:163] sblUartOpen: tcgetattr error: -1\n\r\n"},  // no terminal (left open)
       {CALL(ble_uart_close(-1)), 0,
        kErr + "uart_close:129] SblUart_close: tcsetattr error: -1 Bad file descriptor\n\r\n"},
-      // nothing within 0.2 s
-      {CALL(ble_uart_read_byte(fd_)), 0},
       // nothing written
       {CALL(ble_snd_cmd(fd_, pin, 0)), 0},
       // the last byte write's result
@@ -189,19 +185,17 @@ TEST_F(BleTest, FramingReplyChecksAndRefusals) {
       {CALL(read()), 5, r + "resp:143] return msg type error!\r\n"},
       {CALL(read()), 1, r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
   });
-  const int stdin_copy = dup(0);
-  close(0);
-  EXPECT_EQ(ble_uart_open(sim_.device().c_str(), 1), g_fail_close = 0);
-  EXPECT_EQ(stdout_of([] { EXPECT_EQ(ble_uart_close(0), 0); }),
+  g_fail_close = fd_;
+  EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_uart_close(fd_), 0); }),
             kErr + "uart_close:138] SblUart_close: Port close failure: -1 Input/output error\n\r\n");
   g_fail_close = -1;
-  EXPECT_EQ(dup2(stdin_copy, 0), 0);  // closes the line
-  close(stdin_copy);
 }
 
 // --- commands ---
 
-TEST_F(BleTest, EveryCommandOnTheWire) {
+// Each command's packet, its result and messages for a reply with status
+// 0x0C, and nothing printed on success.
+TEST_F(BleTest, Commands) {
   uint16_t count = 0;
   uint8_t mac[6] = {};
   // The call and its name, its command, the end of its last line after a reply with status 0x0C.
@@ -233,18 +227,14 @@ TEST_F(BleTest, EveryCommandOnTheWire) {
   }
   // in the order received
   EXPECT_EQ(std::pair(Bytes(mac, mac + 6), count), std::pair(Bytes{1, 2, 3, 4, 5, 6}, uint16_t{0x1234}));
-}
-
-// Ten readings (padded with 127 below); a reading of 127 or a reply of another command (0 below)
-// does not count. The average is cut toward zero; -100 when no reading
-// counts or they sum to 0.
-TEST_F(BleTest, RssiAveraging) {
+  // Ten readings (padded with 127 below); a reading of 127 or a reply of another command (0 below)
+  // does not count. The average is cut toward zero; -100 when no reading
+  // counts or they sum to 0.
   const std::string dbg = "[BLE_DBG][ble_snd_cmd_hci_read_rssi:", invalid = dbg + "186] invalid rssi\r\n",
                     other = kErr + "chk_resp:220] opCmdCode error, expect 0x1405, return value:0x201d \n\r\n" + dbg +
                             "180] received irrelevant information, ignore\r\n";
-  const std::pair<std::vector<int>, int32_t> rows[] = {
-      {{}, -100}, {{-40, -41}, -40}, {{5, -5}, -100}, {{0, -50, -60, -70, 0, 127, -20, -30, -40, -50}, -45}};
-  for (auto [readings, want] : rows) {
+  const std::pair<std::vector<int>, int32_t> averages[] = {{{}, -100}, {{5, -5}, -100}, {{0, -40, 127, -41}, -40}};
+  for (auto [readings, want] : averages) {
     std::string notes;
     readings.resize(10, 127);
     for (int v : readings) {
@@ -255,13 +245,10 @@ TEST_F(BleTest, RssiAveraging) {
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_snd_cmd_hci_read_rssi(fd_, 0x0201, &rssi), 0u); }), notes);
     EXPECT_EQ(std::pair(rssi, sent()), std::pair(want, Sent(10, {0x1405, {0x01, 0x02}})));
   }
-}
-
-// GAP device init waits for the init-done event, a connection for the link
-// event naming the peer, whose handle it returns (only then). The factory
-// call takes the peer in display order and reverses it in place, also when
-// the connection fails; it keeps the handle for the RSSI reading.
-TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
+  // GAP device init waits for the init-done event, a connection for the link
+  // event naming the peer, whose handle it returns (only then). The factory
+  // call takes the peer in display order and reverses it in place, also when
+  // the connection fails; it keeps the handle for the RSSI reading.
   uint8_t peer[6] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
   uint16_t handle = 0xBEEF;
   auto link = [](uint8_t code, uint8_t status) {
@@ -315,8 +302,10 @@ TEST_F(BleTest, CommandsThatWaitForASecondEvent) {
 // dBm, payload and PHY selector become the co-processor's codes (0 when
 // unknown); selector 23 takes the plain commands. After a failed power
 // setting no test is sent; the vendor test commands' own results (here a
-// failure and silence) are not looked at.
-TEST_F(BleTest, FactoryCodesAndResults) {
+// failure and silence) are not looked at. The coexistence check drives the
+// request line (level 1 high, 0 low, else nothing), then both lines must
+// read the level.
+TEST_F(BleTest, FactoryOperations) {
   const int32_t dbm[] = {-20, -18, -15, -12, -10, -9, -6, -5, -3, 0, 1, 2, 3, 4, 5, 14, 15, 16, 17, 18, 19, 20, 6, 21};
   const uint8_t tx[] = {0, 2, 3, 4, 0}, rx[] = {0, 2, 3, 3, 0}, vendor[] = {0, 1, 2, 6, 0};  // for selectors 23..27
   // Codes 0-21 in order, then two unknown values; payloads 0-7 kept; the selectors in turn.
@@ -332,30 +321,6 @@ TEST_F(BleTest, FactoryCodesAndResults) {
                            {0xFC01, {code}}, {0xFC27, {1, vendor[k], 19}},       {0xFC29, {vendor[k], 19}}};
     EXPECT_EQ(sent(), phy == 23 ? plain : enhanced) << int(i);
   }
-  const std::string f = kErr + "fac_";
-  expect_rows({
-      {CALL(ble_fac_tx_test(failing(0xFC11), 1, 0, 37, 2, 23)), 2,
-       kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + f +
-           "tx_test:294] set hci tx power error, return 0x2\r\n"},
-      {CALL(ble_fac_ext_tx_test(failing(0xFC01), 1, 0, 26, 1)), 2,
-       kBadExtStatus + kCmd + "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n" + f +
-           "ext_tx_test:361] set extend tx power error, return:2\r\n"},
-      {CALL(ble_fac_ext_tx_test(failing(0xFC27), 1, 0, 26, 1)), 0,
-       kBadExtStatus + kCmd + "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
-      {CALL(ble_fac_ext_rx_test(replying(0xFC0A, {}), 1, 23)), 0,
-       kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n" + kCmd +
-           "ext_rx_test:391] extended rx test  command send error, return 0x5 \n\r\n"},  // silence reads as zeros
-      {CALL(ble_fac_ext_end_test(failing(0xFC0B))), 2,
-       kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + f +
-           "ext_end_test:408] end test error, return 0x2\r\n"},
-  });
-  EXPECT_EQ(sent(),
-            (Sent{{0xFC11, {9}}, {0xFC01, {9}}, {0xFC01, {9}}, {0xFC27, {1, 6, 1}}, {0xFC0A, {1}}, {0xFC0B, {}}}));
-}
-
-// Drive the request line (level 1 high, 0 low, else nothing), then both
-// lines must read the level.
-TEST_F(BleTest, CoexistenceCheck) {
   FirmwareRoot root;
   auto lines = [&](const char *req, const char *pri, int32_t level) {  // nullptr: no such file (yet)
     if (req) root.write("/proc/morvik_gpio/ble_coex_req", req);
@@ -364,6 +329,20 @@ TEST_F(BleTest, CoexistenceCheck) {
   };
   const std::string e = kErr + "fac_coex_gpio_ctl:", x = "281] check result not meet the expectation, check result: ";
   expect_rows({
+      {CALL(ble_fac_tx_test(failing(0xFC11), 1, 0, 37, 2, 23)), 2,
+       kBadExtStatus + kCmd + "ext_set_max_dtm_txpower:246] send tx power command error, return 2 \n\r\n" + kErr +
+           "fac_tx_test:294] set hci tx power error, return 0x2\r\n"},
+      {CALL(ble_fac_ext_tx_test(failing(0xFC01), 1, 0, 26, 1)), 2,
+       kBadExtStatus + kCmd + "ext_set_txpower:356] set tx power error, return 0x2 \n\r\n" + kErr +
+           "fac_ext_tx_test:361] set extend tx power error, return:2\r\n"},
+      {CALL(ble_fac_ext_tx_test(failing(0xFC27), 1, 0, 26, 1)), 0,
+       kBadExtStatus + kCmd + "ext_enhanced_tx_test:408] extended tx test  command send error, return 0x2 \n\r\n"},
+      {CALL(ble_fac_ext_rx_test(replying(0xFC0A, {}), 1, 23)), 0,
+       kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n" + kCmd +
+           "ext_rx_test:391] extended rx test  command send error, return 0x5 \n\r\n"},  // silence reads as zeros
+      {CALL(ble_fac_ext_end_test(failing(0xFC0B))), 2,
+       kBadExtStatus + kCmd + "ext_end_test:442] extended test end command send error, return 0x2 \n\r\n" + kErr +
+           "fac_ext_end_test:408] end test error, return 0x2\r\n"},
       {CALL(lines(nullptr, nullptr, 1)), -1, e + "250] open ble coex req gpio file failed\r\n"},
       {CALL(lines("", nullptr, 1)), -1, e + "256] read ble req gpio file error\r\n"},
       {CALL(lines("1\n", nullptr, 1)), -1, e + "263] open ble coex pri gpio file failed\r\n"},
@@ -375,9 +354,10 @@ TEST_F(BleTest, CoexistenceCheck) {
       // answered: all before it has arrived
       {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0},
   });
-  // pins high, low
-  const std::pair<uint16_t, Bytes> high{0x20A0, {}}, low{0x20A1, {}};
-  EXPECT_EQ(sent(), (Sent{high, high, high, high, high, low, high, {0xFC0B, {}}}));
+  // the coexistence pins high and low
+  const std::pair<uint16_t, Bytes> max{0xFC11, {9}}, power{0xFC01, {9}}, ext_tx{0xFC27, {1, 6, 1}}, ext_rx{0xFC0A, {1}},
+      end{0xFC0B, {}}, high{0x20A0, {}}, low{0x20A1, {}};
+  EXPECT_EQ(sent(), (Sent{max, power, power, ext_tx, ext_rx, end, high, high, high, high, high, low, high, end}));
 }
 
 // Each sequence as the lines' states (backdoor, reset, ptm: "on", "of"(f), or
