@@ -17,13 +17,10 @@
 
 namespace aputil::test {
 
-std::function<void(long us)> g_on_usleep;
+std::function<int(long us)> g_on_usleep = [](long) { return 0; };
 int g_fail_close = -1;  // close fails with EIO for this descriptor
 
-extern "C" int usleep(useconds_t us) {
-  if (g_on_usleep) g_on_usleep(us);
-  return 0;
-}
+extern "C" int usleep(useconds_t us) { return g_on_usleep(us); }
 
 extern "C" int close(int fd) {
   if (fd < 0 || fd != g_fail_close) return static_cast<int>(syscall(SYS_close, fd));
@@ -62,13 +59,9 @@ Bytes answer(uint16_t op, uint8_t status) {
   { CALL(fn(__VA_ARGS__)), rc, "[BLE_ERR][" #fn ":" #line "] invalid input\r\n" }
 // A ble_snd_cmd_hci_ call on the line and its name.
 #define CMD(name, ...) [&] { return ble_snd_cmd_hci_##name(fd_ __VA_OPT__(, ) __VA_ARGS__); }, #name ":"
-struct Row {
-  std::function<long()> call;
-  long rc;
-  std::string out = "";
-};
+using Row = std::tuple<std::function<long()>, long, std::string>;
 void expect_rows(std::initializer_list<Row> rows) {
-  for (const auto &r : rows) EXPECT_EQ(stdout_of([&] { EXPECT_EQ(r.call(), r.rc) << r.out; }), r.out);
+  for (const auto &[call, rc, out] : rows) EXPECT_EQ(stdout_of([&] { EXPECT_EQ(call(), rc) << out; }), out);
 }
 
 // The library's line to a simulated co-processor that answers every command
@@ -156,11 +149,11 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
       {CALL(ble_uart_close(-1)), 0,
        kErr + "uart_close:129] SblUart_close: tcsetattr error: -1 Bad file descriptor\n\r\n"},
       // nothing written
-      {CALL(ble_snd_cmd(fd_, pin, 0)), 0},
+      {CALL(ble_snd_cmd(fd_, pin, 0)), 0, ""},
       // the last byte write's result
-      {CALL(ble_snd_cmd(fd_, pin, 4)), 1},
+      {CALL(ble_snd_cmd(fd_, pin, 4)), 1, ""},
       // answered: all before it arrived
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0},
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0, ""},
       {CALL(ble_chk_resp(0x201E, Bytes{1, 0x1F, 0x20, 0x0C}.data())), 1, c + ":220] " + op},
       {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1F, 0x20}.data())), 1, c + "_ext:250] " + op},
       {CALL(ble_chk_resp_ext(0x201E, 0x0411, Bytes{0x12, 0x04, 0x01, 0x1E, 0x20}.data())), 5,
@@ -172,15 +165,15 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
              0x00, 0x99, 0x99, 0x0C, 0x02, 0xFF, 0x00, 0x99, 0x99, 0x00, 0x04, 0xFF, 0x00, 0x99, 0x99, 0x00});
   expect_rows({
       // count 0 still reads one byte
-      {CALL(ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42},
+      {CALL(ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42, ""},
       // the last byte
-      {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44},
+      {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44, ""},
       {CALL(ble_rcv_cmd_hci_resp(fd_, buf)), 5, r + "hci_resp:189] return msg type error!\r\n"},
       // left on the line
-      {CALL(ble_uart_read_byte(fd_)), 0xAA},
+      {CALL(ble_uart_read_byte(fd_)), 0xAA, ""},
       // length 0: nothing more
-      {CALL(read()), 0},
-      {CALL(ble_uart_read_byte(fd_)), 0xAB},
+      {CALL(read()), 0, ""},
+      {CALL(ble_uart_read_byte(fd_)), 0xAB, ""},
       {CALL(read()), 2, r + "resp:137] response return" + kBadStatus},
       {CALL(read()), 5, r + "resp:143] return msg type error!\r\n"},
       {CALL(read()), 1, r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
@@ -196,8 +189,9 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
 // Each command's packet, its result and messages for a reply with status
 // 0x0C, and nothing printed on success.
 TEST_F(BleTest, Commands) {
-  uint16_t count = 0;
-  uint8_t mac[6] = {};
+  uint16_t count = 0, handle = 0xBEEF;
+  uint8_t mac[6] = {}, peer[6] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
+  int32_t rssi = 0;
   // The call and its name, its command, the end of its last line after a reply with status 0x0C.
   const std::tuple<std::function<uint32_t()>, std::string, uint16_t, Bytes, std::string> rows[] = {
       {CMD(gap_adv_disable), 0xFF08, {}, "128] response of Gap adv disable error, ret:2\r\n"},
@@ -233,7 +227,7 @@ TEST_F(BleTest, Commands) {
   const std::string dbg = "[BLE_DBG][ble_snd_cmd_hci_read_rssi:", invalid = dbg + "186] invalid rssi\r\n",
                     other = kErr + "chk_resp:220] opCmdCode error, expect 0x1405, return value:0x201d \n\r\n" + dbg +
                             "180] received irrelevant information, ignore\r\n";
-  const std::pair<std::vector<int>, int32_t> averages[] = {{{}, -100}, {{5, -5}, -100}, {{0, -40, 127, -41}, -40}};
+  const std::pair<std::vector<int>, int32_t> averages[] = {{{}, -100}, {{0, -40, 127, -41}, -40}, {{5, -5}, -100}};
   for (auto [readings, want] : averages) {
     std::string notes;
     readings.resize(10, 127);
@@ -241,7 +235,6 @@ TEST_F(BleTest, Commands) {
       sim_.reply(0x1405, {v ? Sim::command_complete(0x1405, 0, {1, 2, uint8_t(v)}) : Sim::command_complete(0x201D, 0)});
       notes += v == 127 ? invalid : v ? "" : other;
     }
-    int32_t rssi = 1;
     EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_snd_cmd_hci_read_rssi(fd_, 0x0201, &rssi), 0u); }), notes);
     EXPECT_EQ(std::pair(rssi, sent()), std::pair(want, Sent(10, {0x1405, {0x01, 0x02}})));
   }
@@ -249,11 +242,8 @@ TEST_F(BleTest, Commands) {
   // event naming the peer, whose handle it returns (only then). The factory
   // call takes the peer in display order and reverses it in place, also when
   // the connection fails; it keeps the handle for the RSSI reading.
-  uint8_t peer[6] = {0x11, 0x22, 0x33, 0x44, 0x55, 0x66};
-  uint16_t handle = 0xBEEF;
-  auto link = [](uint8_t code, uint8_t status) {
-    return Bytes{code, 6, status, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12};
-  };
+  // A link event: code, status, the peer, handle 0x1234.
+  auto link = [](uint8_t c, uint8_t s) { return Bytes{c, 6, s, 0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x34, 0x12}; };
   // The line, op to be answered by the command status, then the event (none: status 0x0C).
   auto queue = [&](uint16_t op, const Bytes &event) {
     Bytes b = Sim::vendor_event(BLE_EVT_CMD_STATUS, event.empty() ? 0x0C : 0, op), e = Sim::event(0xFF, event);
@@ -275,14 +265,14 @@ TEST_F(BleTest, Commands) {
       {CALL(connect(link(5, 0x3E))), 5, pc + "531] obtain establish perperity  status error, return 0x0 \r\n"},
       {CALL(connect({})), 2, kBadExtStatus + pc + "519] send Conect Peer Device command error, " + kRet2},
       // not written
-      {CALL(handle), 0xBEEF},
-      {CALL(init({0, 6, 0})), 0},
-      {CALL(connect(link(5, 0)) == 0 ? handle : -1), 0x1234},
+      {CALL(handle), 0xBEEF, ""},
+      {CALL(init({0, 6, 0})), 0, ""},
+      {CALL(connect(link(5, 0)) == 0 ? handle : -1), 0x1234, ""},
       {CALL(fac(0, link(5, 0))), -1,
        pc + "537] connected the wrong device\r\n[BLE_ERR][_ble_connect_peerdevice:189] peer device connecting" +
            failed + f + "428] peer device connect error\r\n"},
       // the peer reversed back, as the link names it
-      {CALL(fac(0, link(5, 0))), 0},
+      {CALL(fac(0, link(5, 0))), 0, ""},
       {CALL(fac(1, link(5, 0))), -1,
        in + "478] Gap Device Init evevt error, return 0x0 \n\r\n[BLE_ERR][_ble_gap_device_init:171] Gap device initt" +
            failed + f + "423] Gap init error error\r\n"},
@@ -291,7 +281,6 @@ TEST_F(BleTest, Commands) {
       c{0xFE62, {0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 1, 0, 0}},
       r{0xFE62, {0, 0x66, 0x55, 0x44, 0x33, 0x22, 0x11, 1, 0, 0}};
   EXPECT_EQ(sent(), (Sent{i, i, c, c, c, i, c, i, r, i, c, i}));
-  int32_t rssi = 0;
   sim_.reply_always(0x1405, {Sim::command_complete(0x1405, 0, {0x34, 0x12, uint8_t(-55)})});
   EXPECT_EQ(ble_fac_peerdevice_read_rssi(fd_, &rssi), 0);
   EXPECT_EQ(std::pair(rssi, sent().back().second), std::pair(-55, Bytes{0x34, 0x12}));
@@ -347,12 +336,12 @@ TEST_F(BleTest, FactoryOperations) {
       {CALL(lines("", nullptr, 1)), -1, e + "256] read ble req gpio file error\r\n"},
       {CALL(lines("1\n", nullptr, 1)), -1, e + "263] open ble coex pri gpio file failed\r\n"},
       {CALL(lines("1\n", "", 1)), -1, e + "270] read ble pri gpio file error\r\n"},
-      {CALL(lines("1\n", "1\n", 1)), 0},
+      {CALL(lines("1\n", "1\n", 1)), 0, ""},
       {CALL(lines("1\n", "1\n", 0)), -1, e + x + "req:1, pri:1; expectation:  req:0, pri:0\r\n"},
       {CALL(lines("1", "0", 1)), -1, e + x + "req:1, pri:0; expectation:  req:1, pri:1\r\n"},
-      {CALL(lines("2", "2", 2)), 0},
+      {CALL(lines("2", "2", 2)), 0, ""},
       // answered: all before it has arrived
-      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0},
+      {CALL(ble_snd_cmd_hci_ext_end_test(fd_)), 0, ""},
   });
   // the coexistence pins high and low
   const std::pair<uint16_t, Bytes> max{0xFC11, {9}}, power{0xFC01, {9}}, ext_tx{0xFC27, {1, 6, 1}}, ext_rx{0xFC0A, {1}},
@@ -373,6 +362,7 @@ TEST(BleGpio, LineSequences) {
     for (const char *line : {"backdoor", "reset", "ptm"})
       states += (read_file(root + "/proc/morvik_gpio/ble_" + line) + "-").substr(0, 2) + " ";
     states += std::to_string(us / 1000) + ", ";
+    return 0;
   };
   const std::tuple<std::string, void (*)(), std::string> rows[] = {
       {b + "/a", ble_gpio_bootloader_prep, "- - - 200, on - - 200, on on - 200, on of - 200, of of - 200, "},
@@ -393,7 +383,7 @@ TEST(BleGpio, LineSequences) {
     // nothing but the trees
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(b), {}), ++trees);
   }
-  g_on_usleep = nullptr;
+  g_on_usleep = [](long) { return 0; };
 }
 
 }  // namespace
