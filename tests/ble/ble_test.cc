@@ -116,11 +116,9 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
   ASSERT_EQ(tcgetattr(sim_.line_fd(), &after), 0);
   EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
   ASSERT_GE(fd_ = ble_uart_open(sim_.device().c_str(), 0), 0);
-  const std::string c = kErr + "chk_resp", r = kErr + "rcv_cmd_",
-                    op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
+  const std::string c = kErr + "chk_resp",
+                    r = kErr + "rcv_cmd_resp:", op = "opCmdCode error, expect 0x201e, return value:0x201f \n\r\n";
   uint8_t buf[256] = {}, pin[] = {0x01, 0xA0, 0x20, 0x00}, p[8] = {0, 0, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE};
-  uint16_t h = 0;
-  auto read = [&] { return ble_rcv_cmd_resp(fd_, buf, 0xFF02); };
   ble_build_cmd(p, 0x20A0, 6, nullptr);
   EXPECT_EQ(Bytes(p, p + 5), (Bytes{1, 0xA0, 0x20, 2, 0xEE}));
   ble_build_cmd(p, 0x20A0, 2, pin + 1);
@@ -132,10 +130,9 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
        REFUSED(3, ble_rcv_cmd_hci_resp, 172, fd_, nullptr), REFUSED(3, ble_rcv_cmd_resp, 128, fd_, nullptr, 1),
        REFUSED(0, ble_rcv_eventdata, 110, fd_, nullptr), REFUSED(3, ble_chk_resp, 212, 1, nullptr),
        REFUSED(3, ble_chk_resp_ext, 239, 1, 1, nullptr), REFUSED(3, ble_snd_cmd_hci_read_rssi, 165, fd_, 1, nullptr),
-       REFUSED(3, ble_snd_cmd_hci_get_macaddr, 218, fd_, nullptr),
-       REFUSED(3, ble_snd_cmd_hci_peerdevice_connect, 501, fd_, nullptr, &h),
-       REFUSED(0, ble_get_powercode, 50, nullptr, 1), REFUSED(-1, ble_fac_end_test, 341, fd_, nullptr),
-       REFUSED(-1, ble_fac_peerdevice_connect, 418, fd_, nullptr), REFUSED(-1, ble_fac_mac_get, 457, fd_, nullptr)});
+       REFUSED(3, ble_snd_cmd_hci_get_macaddr, 218, fd_, nullptr), REFUSED(0, ble_get_powercode, 50, nullptr, 1),
+       REFUSED(-1, ble_fac_end_test, 341, fd_, nullptr), REFUSED(-1, ble_fac_peerdevice_connect, 418, fd_, nullptr),
+       REFUSED(-1, ble_fac_mac_get, 457, fd_, nullptr)});
   expect_rows({
       {VOID(ble_build_cmd(nullptr, 1, 4, nullptr)), 0, kErr + "build_cmd:50" + kInvalid},
       {VOID(ble_build_cmd_hci(nullptr, 1, 4)), 0, kErr + "build_cmd_hci:69" + kInvalid},
@@ -168,15 +165,16 @@ TEST_F(BleTest, TheLineFramingAndRefusals) {
       {CALL(ble_uart_read_bytes_multi(fd_, buf, 0)), 0x42, ""},
       // the last byte
       {CALL(ble_uart_read_bytes_multi(fd_, buf + 1, 2)), 0x44, ""},
-      {CALL(ble_rcv_cmd_hci_resp(fd_, buf)), 5, r + "hci_resp:189] return msg type error!\r\n"},
+      {CALL(ble_rcv_cmd_hci_resp(fd_, buf)), 5, kErr + "rcv_cmd_hci_resp:189] return msg type error!\r\n"},
       // left on the line
       {CALL(ble_uart_read_byte(fd_)), 0xAA, ""},
       // length 0: nothing more
-      {CALL(read()), 0, ""},
+      {CALL(ble_rcv_cmd_resp(fd_, buf, 0xFF02)), 0, ""},
       {CALL(ble_uart_read_byte(fd_)), 0xAB, ""},
-      {CALL(read()), 2, r + "resp:137] response return" + kBadStatus},
-      {CALL(read()), 5, r + "resp:143] return msg type error!\r\n"},
-      {CALL(read()), 1, r + "resp:150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
+      {CALL(ble_rcv_cmd_resp(fd_, buf, 0xFF02)), 2, r + "137] response return" + kBadStatus},
+      {CALL(ble_rcv_cmd_resp(fd_, buf, 0xFF02)), 5, r + "143] return msg type error!\r\n"},
+      {CALL(ble_rcv_cmd_resp(fd_, buf, 0xFF02)), 1,
+       r + "150] opCmdCode error, expect 0xff02, return value:0x9999 \n\r\n"},
   });
   g_fail_close = fd_;
   EXPECT_EQ(stdout_of([&] { EXPECT_EQ(ble_uart_close(fd_), 0); }),
@@ -256,26 +254,26 @@ TEST_F(BleTest, Commands) {
     queue(0xFE00, {init, 6, 0});
     return ble_fac_peerdevice_connect(queue(0xFE62, event), peer);
   };
-  const std::string in = kCmd + "gap_device_init:", pc = kCmd + "peerdevice_connect:",
-                    f = kErr + "fac_peerdevice_connect:", failed = " opearation failed, return 5\r\n";
+  const std::string in = kCmd + "gap_device_init:", pc = kCmd + "peerdevice_connect:";
   expect_rows({
       {CALL(init({0, 6, 0x11})), 5, in + "483] Gap Device Init status error, return 0x0 \n\r\n"},
       {CALL(init({})), 2, kBadExtStatus + in + "471] Gap Device Init error, " + kRet2},
       {CALL(connect(link(4, 0))), 5, pc + "526] obtain establish perperity evevt error, return 0x0 \r\n"},
       {CALL(connect(link(5, 0x3E))), 5, pc + "531] obtain establish perperity  status error, return 0x0 \r\n"},
       {CALL(connect({})), 2, kBadExtStatus + pc + "519] send Conect Peer Device command error, " + kRet2},
+      REFUSED(3, ble_snd_cmd_hci_peerdevice_connect, 501, fd_, nullptr, &handle),
       // not written
       {CALL(handle), 0xBEEF, ""},
       {CALL(init({0, 6, 0})), 0, ""},
       {CALL(connect(link(5, 0)) == 0 ? handle : -1), 0x1234, ""},
       {CALL(fac(0, link(5, 0))), -1,
        pc + "537] connected the wrong device\r\n[BLE_ERR][_ble_connect_peerdevice:189] peer device connecting" +
-           failed + f + "428] peer device connect error\r\n"},
+           " opearation failed, return 5\r\n" + kErr + "fac_peerdevice_connect:428] peer device connect error\r\n"},
       // the peer reversed back, as the link names it
       {CALL(fac(0, link(5, 0))), 0, ""},
       {CALL(fac(1, link(5, 0))), -1,
        in + "478] Gap Device Init evevt error, return 0x0 \n\r\n[BLE_ERR][_ble_gap_device_init:171] Gap device initt" +
-           failed + f + "423] Gap init error error\r\n"},
+           " opearation failed, return 5\r\n" + kErr + "fac_peerdevice_connect:423] Gap init error error\r\n"},
   });
   const std::pair<uint16_t, Bytes> i{0xFE00, {8, 0, 0, 0, 0, 0, 0, 0}},
       c{0xFE62, {0, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 1, 0, 0}},
