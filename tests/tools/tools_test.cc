@@ -58,12 +58,10 @@ TEST(Tools, CommandLineConventions) {
     int exit;
     const char *message;  // on stderr ("" for none)
   } cases[] = {{kInfo + " --region abc", 2, "--region takes a region code from 0 to 65535, not 'abc'"},
-               {kInfo + " --region", 2, "--region needs a value"},
                {kInfo + " --frobnicate", 2, "unknown option '--frobnicate'"},
                {kInfo + " --root /nonexistent/tree", 2, "cannot read the firmware tree"},
                {kInfo + " lint show", 2, "one command at a time ('lint' and 'show')"},
                {kInfo + " --region 276 lint", 2, "--region applies to show and plot, not lint"},
-               {kInfo + " --regdb show", 2, "--regdb applies to lint and plot, not show"},
                {kShow + " lint --regdb=", 2, "--regdb needs a file when given one"},
                {kInfo + " --against /nonexistent/tree lint", 2, "cannot read the firmware tree /nonexistent/tree"},
                {kShow + " --root=" + kSample + " lint", 2, "--root given twice"},
@@ -79,12 +77,11 @@ TEST(Tools, CommandLineConventions) {
                {ble + "coex middle", 2, "coex takes high or low"},
                {ble + "mac launch", 2, "unknown command 'launch'"},
                {ble, 2, "no command given"},
-               {kBle + " -xs mac", 2, "unknown option '-x'"},
                {kBle + " mac", 2, "--port"},
                {kBle + " --port /nonexistent/tty mac", 3, ""},
                {kBle + " --simulate --power=-20 tx-test", 0, ""},
-               {"(" + kBle + " --simulate mac >&-)", 1, "ble-factory: write error"},  // closed: no line on stdout
-               {"(" + kBle + " --simulate mac > /dev/full)", 1, "ble-factory: write error"}};
+               {"(" + kBle + " --simulate mac >&-)", 1, "ble-factory: write error"}};  // closed: no line on stdout
+
   for (const auto &c : cases) {
     const Outcome r = run(c.args);
     EXPECT_EQ(r.exit, c.exit) << c.args << ": " << r.err;
