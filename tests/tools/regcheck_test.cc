@@ -19,12 +19,10 @@ TEST(RegCheck, ClaimedBlocks) {
   } cases[] = {{2412, ht20 | plus, "HT40+ 2402-2442"},
                {2472, ht20 | minus, "HT40- 2442-2482"},
                {2437, ht20 | plus | minus, "HT40+ 2427-2467, HT40- 2407-2447"},
-               {2437, ht20, ""},
                {5180, ht20 | plus | REGION_FLAG_5G, "HT40 5170-5210"},
                {5200, ht20 | minus | REGION_FLAG_5G, "HT40 5170-5210"},
                {5720, vht, "HT40 5690-5730, VHT80 5650-5730"},
                {5745, vht, "HT40 5735-5775, VHT80 5735-5815"},
-               {5825, vht, "HT40 5815-5855, VHT80 5815-5895"},
                {5180, REGION_FLAG_VHT80 | ht20, ""},  // VHT80 counts only with the 5 GHz bit
                {4920, ht20 | plus | REGION_FLAG_5G, "HT40 4910-4950"}};
   for (const auto &c : cases) {

@@ -53,20 +53,6 @@ std::string text(const RegCountry *c) {
   return line;
 }
 
-// The real database loads (lint's tests read it country by country); a
-// missing file is named with its error.
-TEST(RegDb, TheRealDatabaseAndAMissingFile) {
-  RegDb db;
-  std::string error;
-  ASSERT_TRUE(load_regdb(REGDB_FILE, &db, &error)) << error;
-  EXPECT_EQ(db.version, 20u);
-  EXPECT_EQ(text(db.find("DE")).find("DE 2 | "), 0u);
-  EXPECT_NE(text(db.find("DE")).find("| 5470000-5725000 160000 2698 0x4 0"), std::string::npos);  // 20 bytes long
-  EXPECT_EQ(text(db.find("us")) + text(db.find("USA")), "absentabsent");
-  EXPECT_FALSE(load_regdb("/nonexistent.db", &db, &error));
-  EXPECT_EQ(error, "/nonexistent.db: No such file or directory");
-}
-
 TEST(RegDb, SmallImageRoundTrips) {
   const std::vector<uint8_t> image = small_db();
   RegDb db;
