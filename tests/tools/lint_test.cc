@@ -21,7 +21,6 @@ TEST(Lint, TheSampleTreeIsClean) {
         "region 36 (AU): 31 channels, 0 errors, 0 warnings\n",
         "region 999: skipped: no ISO 3166-1 country has the numeric code 999\n", "lint: 0 errors, 0 warnings\n"})
     EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
-  EXPECT_NE(r.err.find("<debug>_radio_region_init(): 285  @ region:840, parse channel num:25\n"), std::string::npos);
 }
 
 // The library's lines on stderr, one message a line (the loader prints
@@ -119,9 +118,9 @@ TEST(Lint, RegulatoryFindingsAsJson) {
   EXPECT_EQ(cJSON_GetObjectItem(doc, "errors")->valueint, 1);
   EXPECT_EQ(cJSON_GetArraySize(cJSON_GetObjectItem(cJSON_GetObjectItem(doc, "regdb"), "regions")), 5);
   char *finding = cJSON_PrintUnformatted(cJSON_GetArrayItem(cJSON_GetObjectItem(doc, "findings"), 0));
-  for (const char *member : {"\"country\":\"US\"", "\"region\":840", "\"radio\":1", "\"channel\":36", "\"freq\":5180",
-                             "\"rule\":\"5150-5250 MHz, 80 MHz wide, 23 dBm, AUTO-BW\""})
-    EXPECT_NE(std::string(finding).find(member), std::string::npos) << finding;
+  EXPECT_STREQ(finding, R"({"severity":"error","region":840,"country":"US","radio":1,"channel":36,"freq":5180,)"
+                        R"("message":"maximum power 24 dBm EIRP exceeds the rule's 23 dBm",)"
+                        R"("rule":"5150-5250 MHz, 80 MHz wide, 23 dBm, AUTO-BW"})");
   std::free(finding);
   cJSON_Delete(doc);
 }

@@ -63,13 +63,10 @@ TEST(RegCheck, MatchRules) {
   auto index = [&](const RegRule *r) { return r ? static_cast<int>(r - c.rules.data()) : -1; };
   for (const auto &k : cases) {
     const RuleMatch m = match_rules(c, k.lo, k.hi);
-    EXPECT_EQ(m.ok, k.ok) << k.lo;
-    EXPECT_EQ(index(m.limit), k.limit) << k.lo;
-    EXPECT_EQ(index(m.dfs_rule), k.dfs) << k.lo;
-    EXPECT_EQ(index(m.no_ir), k.no_ir) << k.lo;
-    EXPECT_EQ(index(m.no_ofdm), k.no_ofdm) << k.lo;
-    EXPECT_EQ(index(m.nearest), k.nearest) << k.lo;
-    EXPECT_EQ(m.reason, k.reason) << k.lo;
+    EXPECT_EQ(std::tuple(m.ok, index(m.limit), index(m.dfs_rule), index(m.no_ir), index(m.no_ofdm), index(m.nearest),
+                         std::string(m.reason)),
+              std::tuple(k.ok, k.limit, k.dfs, k.no_ir, k.no_ofdm, k.nearest, std::string(k.reason)))
+        << k.lo;
   }
   EXPECT_EQ(rule_text(c.rules[3]), "5250-5350 MHz, 80 MHz wide, 20 dBm, DFS AUTO-BW");
 }

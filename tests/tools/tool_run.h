@@ -35,25 +35,20 @@ inline Outcome run(const std::string &cmd) {
 }
 
 // A copy of the sample tree, to break.
-class Tree {
+class Tree : public FirmwareRoot {
  public:
   Tree() { reset(); }
-  void reset() const { sh("cp -r " + kSample + "/. " + root_.dir()); }
-  const std::string &dir() const { return root_.dir(); }
+  void reset() const { sh("cp -r " + kSample + "/. " + dir()); }
   // Replaces the first `from` in a model file by `to`.
   void edit(const std::string &file, const std::string &from, const std::string &to) const {
-    std::string text = root_.read(kModel + file);
+    std::string text = read(kModel + file);
     const size_t at = text.find(from);
     if (at == std::string::npos)
       ADD_FAILURE() << file << ": " << from;
     else
-      root_.write(kModel + file, text.replace(at, from.size(), to));
+      write(kModel + file, text.replace(at, from.size(), to));
   }
-  void write(const std::string &device_path, const std::string &text) const { root_.write(device_path, text); }
   Outcome info(const std::string &args) const { return run(kInfo + " --root " + dir() + " " + args); }
-
- private:
-  FirmwareRoot root_;
 };
 
 }  // namespace aputil::test
