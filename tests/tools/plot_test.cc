@@ -21,7 +21,7 @@ std::string with_class(const char *cls) { return kBars + "[contains(concat(\" \"
 class Plot : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (sh("command -v xmllint && command -v rsvg-convert >/dev/null") != 0)
+    if (sh("command -v xmllint >/dev/null 2>&1 && command -v rsvg-convert >/dev/null 2>&1") != 0)
       GTEST_SKIP() << "needs xmllint (libxml2-utils) and rsvg-convert (librsvg2-bin)";
   }
   // Plots into svg_ (checked to be well-formed XML); returns the exit status.
