@@ -1,5 +1,6 @@
 // Failing the n-th heap allocation of the library's own allocations (hash
-// table growth and shrinking, memory pool, netlink buffer) for every n: no
+// table growth and shrinking, memory pool, netlink buffer, the crypto work
+// buffers) for every n: no
 // crash, no leak, the documented result. (The JSON layer's are covered
 // through its hooks.) This program replaces malloc; under AddressSanitizer,
 // which owns malloc, it has no tests.
@@ -7,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "crypto.h"
 #include "hash.h"
 #include "mem_pool.h"
 #include "support/model_tree.h"
@@ -102,6 +104,15 @@ TEST(AllocFail, MemoryPoolAndNetlinkBuffer) {
     EXPECT_TRUE(n > 0 || (rc == -1 && out == "alloc mem failed\r\n")) << rc << out;
   });
   close(fd);
+}
+
+// RSA verification and sealing give up when their work buffer is refused.
+TEST(AllocFail, CryptoWorkBuffers) {
+  const uint8_t bytes[16] = {};
+  g_countdown = 0;  // the first allocation of each: its work buffer (sealing then writes nothing)
+  EXPECT_EQ(armed([&] { return rsaVerifySign(bytes, 0, bytes, 2, bytes, sizeof bytes); }), 0);
+  g_countdown = 0;
+  EXPECT_EQ(armed([] { return file_md5_des("/dev/null", "/x", 1); }), -1);
 }
 
 }  // namespace

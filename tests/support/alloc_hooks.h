@@ -11,7 +11,6 @@ struct AllocStats {
   long live = 0;         // blocks allocated and not yet freed
   long allocations = 0;  // malloc calls since reset
   long fail_at = -1;     // index of the allocation to refuse, or -1
-  long fail_from = -1;   // refuse this and every later allocation, or -1
 };
 
 class ScopedHooks {
